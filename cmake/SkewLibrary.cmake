@@ -1,0 +1,77 @@
+# The library's targets.
+#   skewcorrection_objects  every source once; each folder adds its own through skew_sources()
+#   skewcorrection_static   for the tests, fuzz targets and benchmarks, which also reach inside
+#   skewcorrection          libSkewCorrection_Lib.so, which exports the published names only
+
+add_library(skewcorrection_objects OBJECT)
+set_target_properties(skewcorrection_objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+
+# What every source of the library is compiled with, the reference forms too: without -ffp-contract=off the
+# compilers fuse multiplication and addition on some processors, and results would differ between them.
+add_library(skewcorrection_flags INTERFACE)
+target_compile_options(skewcorrection_flags INTERFACE
+  -ffp-contract=off -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wno-psabi
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+target_include_directories(skewcorrection_flags INTERFACE ${PROJECT_SOURCE_DIR})
+if(NOT SKEW_SIMD)
+  target_compile_definitions(skewcorrection_flags INTERFACE SKEW_NO_SIMD=1)
+endif()
+target_link_libraries(skewcorrection_objects PRIVATE skewcorrection_flags)
+
+set(SKEW_AVX2_FORMS OFF)
+if(SKEW_SIMD AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
+  set(SKEW_AVX2_FORMS ON)
+  target_compile_definitions(skewcorrection_flags INTERFACE SKEW_AVX2_FORMS=1)
+endif()
+
+# Adds sources of the current folder to the library.
+function(skew_sources)
+  foreach(source ${ARGN})
+    target_sources(skewcorrection_objects PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${source})
+  endforeach()
+endfunction()
+
+# Adds kernel sources that are compiled a second time for AVX2 on x86-64. Such a source may include only
+# core/simd.h, headers without functions, and headers that keep theirs in namespace SKEW_LANES.
+function(skew_kernel_sources)
+  skew_sources(${ARGN})
+  if(SKEW_AVX2_FORMS)
+    foreach(source ${ARGN})
+      string(MAKE_C_IDENTIFIER avx2_${source} name)
+      add_library(skewcorrection_${name} OBJECT ${source})
+      set_target_properties(skewcorrection_${name} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+      target_link_libraries(skewcorrection_${name} PRIVATE skewcorrection_flags)
+      target_compile_definitions(skewcorrection_${name} PRIVATE SKEW_AVX2_BUILD=1)
+      target_compile_options(skewcorrection_${name} PRIVATE -mavx2)
+      set_property(GLOBAL APPEND PROPERTY SKEW_KERNEL_OBJECTS $<TARGET_OBJECTS:skewcorrection_${name}>)
+    endforeach()
+  endif()
+endfunction()
+
+function(skew_add_library_targets)
+  get_property(kernels GLOBAL PROPERTY SKEW_KERNEL_OBJECTS)
+  set(objects $<TARGET_OBJECTS:skewcorrection_objects> ${kernels})
+  add_library(skewcorrection SHARED ${objects})
+  add_library(skewcorrection::skewcorrection ALIAS skewcorrection)
+  # Linked as C: the library needs the C library and libm, and no C++ runtime. -Bsymbolic keeps names as
+  # general as SIN or dilation in a host program from taking the place of the library's own.
+  set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+  set_target_properties(skewcorrection PROPERTIES
+    OUTPUT_NAME SkewCorrection_Lib LINKER_LANGUAGE C
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS ${map})
+  target_link_options(skewcorrection PRIVATE
+    -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,now -Wl,-z,relro -Wl,--as-needed)
+  if(NOT SKEW_SANITIZE)
+    target_link_options(skewcorrection PRIVATE -Wl,--no-undefined)
+  endif()
+  target_link_libraries(skewcorrection PRIVATE m)
+  target_include_directories(skewcorrection INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+  add_library(skewcorrection_static STATIC ${objects})
+  target_link_libraries(skewcorrection_static PUBLIC m)
+  target_include_directories(skewcorrection_static PUBLIC
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+endfunction()

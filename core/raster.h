@@ -1,0 +1,20 @@
+// How rasters lie in memory, and the boxes in them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "include/skewcorrection/types.h"
+
+namespace skew {
+
+// Bytes from one row of a padded raster to the next: the width raised to a multiple of 4.
+constexpr ptrdiff_t padded_stride(int width) {
+  return static_cast<ptrdiff_t>((static_cast<int64_t>(width) + 3) & ~int64_t{3});
+}
+
+// The columns and rows of a region whose four bounds are inclusive; zero or negative when it is inverted.
+constexpr int inclusive_width(const ImgROI& box) { return box.right - box.left + 1; }
+constexpr int inclusive_height(const ImgROI& box) { return box.bottom - box.top + 1; }
+
+}  // namespace skew

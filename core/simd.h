@@ -1,0 +1,104 @@
+// The few vector lanes that the fast forms are written in.
+//
+// The types are the compilers' generic vectors: plain + - * & | ^ ~ << >> and comparisons work on them lane by
+// lane, with the same meaning on every processor. This file adds what the operators cannot say. A vector holds
+// kVectorBytes bytes: 16 on SSE2 and NEON, 32 where a source is compiled a second time for AVX2. Comparisons
+// give all ones or all zeros in each lane.
+//
+// Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
+// stands in for one that must run everywhere. A kernel source that is compiled twice puts its own functions
+// into namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per call.
+// With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if !defined(SKEW_NO_SIMD) && (defined(__SSE2__) || defined(__ARM_NEON))
+#define SKEW_SIMD 1
+#else
+#define SKEW_SIMD 0
+#endif
+
+#if defined(SKEW_AVX2_BUILD)
+#define SKEW_LANES lanes32
+#else
+#define SKEW_LANES lanes16
+#endif
+
+#if SKEW_SIMD
+
+#if defined(__ARM_NEON)
+#include <arm_neon.h>
+#elif defined(__AVX2__)
+#include <immintrin.h>
+#else
+#include <emmintrin.h>
+#endif
+
+namespace skew {
+inline namespace SKEW_LANES {
+
+#if defined(SKEW_AVX2_BUILD)
+constexpr int kVectorBytes = 32;
+#else
+constexpr int kVectorBytes = 16;
+#endif
+
+typedef uint8_t U8 __attribute__((vector_size(kVectorBytes)));
+typedef uint16_t U16 __attribute__((vector_size(kVectorBytes)));
+typedef int16_t I16 __attribute__((vector_size(kVectorBytes)));
+typedef uint32_t U32 __attribute__((vector_size(kVectorBytes)));
+typedef int32_t I32 __attribute__((vector_size(kVectorBytes)));
+
+constexpr int kLanes8 = kVectorBytes;
+constexpr int kLanes16 = kVectorBytes / 2;
+constexpr int kLanes32 = kVectorBytes / 4;
+
+// Any address will do; exactly kVectorBytes bytes are touched.
+template <class V>
+inline V load(const void* from) {
+  V v;
+  std::memcpy(&v, from, sizeof v);
+  return v;
+}
+
+template <class V>
+inline void store(void* to, V v) {
+  std::memcpy(to, &v, sizeof v);
+}
+
+// kLanes16 bytes, each widened to 16 bits.
+inline U16 load_widened(const uint8_t* from) {
+#if defined(__ARM_NEON)
+  return (U16)vmovl_u8(vld1_u8(from));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U16)_mm256_cvtepu8_epi16(_mm_loadu_si128((const __m128i*)from));
+#else
+  return (U16)_mm_unpacklo_epi8(_mm_loadl_epi64((const __m128i*)from), _mm_setzero_si128());
+#endif
+}
+
+// The low bytes of kLanes16 values, all of which lie in 0 ... 255.
+inline void store_narrowed(uint8_t* to, U16 v) {
+#if defined(__ARM_NEON)
+  vst1_u8(to, vmovn_u16((uint16x8_t)v));
+#elif defined(SKEW_AVX2_BUILD)
+  const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16((__m256i)v, (__m256i)v), 0x08);
+  _mm_storeu_si128((__m128i*)to, _mm256_castsi256_si128(packed));
+#else
+  _mm_storel_epi64((__m128i*)to, _mm_packus_epi16((__m128i)v, (__m128i)v));
+#endif
+}
+
+// mask ? a : b, lane by lane; every lane of the mask is all ones or all zeros.
+template <class M, class V>
+inline V select(M mask, V a, V b) {
+  return (V)(((V)mask & a) | (~(V)mask & b));
+}
+
+}  // namespace SKEW_LANES
+}  // namespace skew
+
+#endif  // SKEW_SIMD
