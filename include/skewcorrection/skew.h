@@ -1,9 +1,12 @@
 /* From a gray page image to the angle of its text lines, in one call or step by step.
  *
+ * Rasters hold one byte a pixel. "Padded" rows lie (width + 3) & ~3 bytes apart, the width raised to a
+ * multiple of 4; the bytes past the width are never taken for pixels. Regions (ImgROI, types.h) are inclusive.
+ *
  * Angles are in degrees. A positive angle means that lines run along (cos, sin) of it with x to the right and
  * y downward: as displayed they fall from left to right. Rotating the image by the reported angle levels
  * them. No function keeps state: calls may run concurrently on different data, and on the same data where it
- * is const.
+ * is const. Buffers stay the caller's; extra heap is freed before a call returns.
  */
 #ifndef SKEWCORRECTION_SKEW_H
 #define SKEWCORRECTION_SKEW_H
@@ -11,6 +14,57 @@
 #include "types.h"
 
 SKEW_EXTERN_C_BEGIN
+
+/* Measures the skew angle of a page image; turns nothing.
+ *   pSrc           the page, 0 black ... 255 white, in padded rows
+ *   width, height  pixels, 32 or more each; sides beyond 65536 are fine
+ *   pAngle         receives the angle: a multiple of 0.2 from -45 to 45, exactly 0.0 for a page with too few
+ *                  edges to tell. Written only on success.
+ * The page is reduced until its shorter side has 192 pixels (a page with a side below 192 keeps its scale), its
+ * edges are mapped, and the square around the middle of the content is searched for the angle whose row and
+ * column projections are sharpest. The time grows with the page only by the reduction's memory traffic, unless
+ * the page is more than a few times longer than it is wide, or wider than it is high.
+ * Returns
+ *   SKEW_OK
+ *   SKEW_INVALID_ARGUMENT       a null pointer, a side below 32, or sides so far apart that the reduced page
+ *                               would not fit 2^31 - 1 bytes
+ *   SKEW_OUT_OF_MEMORY          a working image could not be allocated
+ *   SKEW_EDGE_DETECTION_FAILED  no memory for the edge map's work
+ *   SKEW_ANGLE_SEARCH_FAILED    no memory for the search */
+SKEW_API int SkewCorrection(const unsigned char* pSrc, int width, int height, double* pAngle);
+
+/* Resamples a region of a raster to any size, larger or smaller, by the truncated mean of the 2 x 2 pixels at
+ * each sampled position. Where that block would leave the region, only the pixels inside it are averaged.
+ *   pSrc                 padded rows
+ *   width, height        of the source in pixels; the width sets the row distance, the height is not used
+ *   roi                  the region, which must lie inside the source; an inverted one changes nothing
+ *   pDst                 dstHeight padded rows; the bytes past a row's dstWidth pixels keep their values. Must not
+ *                        overlap the source.
+ *   dstWidth, dstHeight  pixels; with either below 1 nothing changes
+ * Destination columns that have no right neighbour left to average take the source column of the destination
+ * column before them; with only one source or destination column they take the region's first.
+ * Returns SKEW_OK, or SKEW_NO_WORKING_MEMORY with the destination unchanged.
+ * Extra heap: 4 * dstWidth bytes. */
+SKEW_API int ImgShrink_TrackNew(const unsigned char* pSrc, int width, int height, ImgROI roi, unsigned char* pDst,
+                                int dstWidth, int dstHeight);
+
+/* Maps the edges of a raster: Sobel gradient with the L1 norm, suppression of all but local maxima across the
+ * edge, and hysteresis over eight neighbours (J. Canny, "A Computational Approach to Edge Detection", 1986). The
+ * raster is not smoothed first.
+ *   pSrc            padded rows
+ *   pDst            padded rows of the same size, not overlapping the source; becomes 255 on edges and 0
+ *                   elsewhere, 0 also past the width. The outermost rows and columns repeat the ones beside them.
+ *   lowThreshold    a pixel whose gradient (0 ... 2040) is greater may be an edge if connected to a strong one
+ *   highThreshold   a pixel whose gradient is greater is strong. The two are exchanged if this is the smaller.
+ *   width, height   pixels, 2 or more each
+ *   highCapPercent  the high threshold is lowered to this percentage of the strongest gradient (of at least
+ *                   128, and counting only gradients of at least the low threshold) if it is above it. 0 or less
+ *                   makes every local maximum above the low threshold strong.
+ * Any threshold and any percentage will do.
+ * Returns 0, or -1 with nothing written: a null pointer, a side below 2, a raster of more than 2^31 - 1 bytes, or
+ * no memory. Extra heap: 4 bytes a pixel. */
+SKEW_API int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowThreshold, int highThreshold, int width,
+                       int height, int highCapPercent);
 
 /* ---- Angle searches over an edge map ----
  *
@@ -21,13 +75,15 @@ SKEW_EXTERN_C_BEGIN
 
 /* Searches -45 to 45 degrees for the angle at which the points pile up most sharply in their row projection
  * and their column projection at once: lines, margins, rulings and column edges all count. Whole degrees come
- * first, then the steps of 0.2 degree within 0.8 degree of the best; the first of equal scores stays. pEdge
- * edge map, rows stride bytes apart stride  bytes, at least the width of the map roi     the box to search,
- * inclusive bounds, inside the map; at most 256 x 256 pixels is meaningful, since coordinates in the box
- * count modulo 256 pAngle  receives the angle, a multiple of 0.2; it is 0.0 when the box holds fewer than 64
- * points or none at all because its bounds are inverted, and on failure Returns 0, or 260 if the working
- * memory cannot be allocated. Extra heap: 4 bytes for each edge point and 2 for each row and column of the
- * box. */
+ * first, then the steps of 0.2 degree within 0.8 degree of the best; the first of equal scores stays.
+ *   pEdge   edge map, rows stride bytes apart
+ *   stride  bytes, at least the width of the map
+ *   roi     the box to search, inclusive bounds, inside the map; at most 256 x 256 pixels is meaningful, since
+ *           coordinates in the box count modulo 256
+ *   pAngle  receives the angle, a multiple of 0.2; it is 0.0 when the box holds fewer than 64 points or none at
+ *           all because its bounds are inverted, and on failure
+ * Returns 0, or 260 if the working memory cannot be allocated. Extra heap: 4 bytes for each edge point and 2 for
+ * each row and column of the box. */
 SKEW_API int SkewAngleDetect_HOR_OneStep(const uint8_t* pEdge, int stride, ImgROI roi, double* pAngle);
 
 /* The score of one projection: the sum of the squares of binCount counts, added in order to a double.
