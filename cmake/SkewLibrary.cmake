@@ -3,6 +3,12 @@
 #   skewcorrection_static   for the tests, fuzz targets and benchmarks, which also reach inside
 #   skewcorrection          libSkewCorrection_Lib.so, which exports the published names only
 
+# True for the NDK and for the Android-shaped build: liblog exists, libraries have no version.
+set(SKEW_ANDROID OFF)
+if(ANDROID OR SKEW_ANDROID_SHAPE)
+  set(SKEW_ANDROID ON)
+endif()
+
 add_library(skewcorrection_objects OBJECT)
 set_target_properties(skewcorrection_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
@@ -59,14 +65,17 @@ function(skew_add_library_targets)
   # general as SIN or dilation in a host program from taking the place of the library's own.
   set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   set_target_properties(skewcorrection PROPERTIES
-    OUTPUT_NAME SkewCorrection_Lib LINKER_LANGUAGE C
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS ${map})
+    OUTPUT_NAME SkewCorrection_Lib LINKER_LANGUAGE C LINK_DEPENDS ${map})
+  if(NOT SKEW_ANDROID)  # there, file and library have one name, without a version
+    set_target_properties(skewcorrection PROPERTIES
+      VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  endif()
   target_link_options(skewcorrection PRIVATE
     -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,now -Wl,-z,relro -Wl,--as-needed)
   if(NOT SKEW_SANITIZE)
     target_link_options(skewcorrection PRIVATE -Wl,--no-undefined)
   endif()
-  target_link_libraries(skewcorrection PRIVATE m)
+  target_link_libraries(skewcorrection PRIVATE m $<$<BOOL:${SKEW_ANDROID}>:log>)
   target_include_directories(skewcorrection INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 

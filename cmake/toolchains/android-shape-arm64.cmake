@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(SKEW_ANDROID_ABI arm64-v8a)
+set(SKEW_ANDROID_TARGET aarch64-linux-android21)
+set(SKEW_ANDROID_PAGE_SIZE 16384)
+include(${CMAKE_CURRENT_LIST_DIR}/android-shape.cmake)

@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR armv7-a)
+set(SKEW_ANDROID_ABI armeabi-v7a)
+set(SKEW_ANDROID_TARGET armv7a-linux-androideabi21)
+set(SKEW_ANDROID_PAGE_SIZE 4096)
+include(${CMAKE_CURRENT_LIST_DIR}/android-shape.cmake)
