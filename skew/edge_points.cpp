@@ -13,28 +13,41 @@ size_t count_row(const uint8_t* row, int width) {
   return count;
 }
 
-EdgePoint* list_row(const uint8_t* row, int width, int y, EdgePoint* next) {
+EdgePoint* list_row(const uint8_t* row, int width, int y, uint16_t mask, EdgePoint* next) {
   for (int x = 0; x < width; ++x)
-    if (row[x] != 0) *next++ = {static_cast<uint16_t>(y), static_cast<uint16_t>(x)};
+    if (row[x] != 0) *next++ = {static_cast<uint16_t>(y & mask), static_cast<uint16_t>(x & mask)};
   return next;
 }
 
 }  // namespace
 
-bool is_box(const ImgROI& roi) { return roi.left <= roi.right && roi.top <= roi.bottom; }
+EdgeBox edge_box(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi) {
+  if (roi.left > roi.right || roi.top > roi.bottom) return {nullptr, stride, 0, 0};
+  return {edge + roi.top * stride + roi.left, stride, inclusive_width(roi), inclusive_height(roi)};
+}
 
-EdgePoints find_edge_points(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi) {
-  const int width = inclusive_width(roi), height = inclusive_height(roi);
-  const auto row = [&](int y) { return edge + (roi.top + y) * stride + roi.left; };
+size_t count_edge_points(const EdgeBox& box) {
+  size_t count = 0;
+  for (int y = 0; y < box.height; ++y) count += count_row(box.pixels + y * box.stride, box.width);
+  return count;
+}
 
+EdgePoints list_edge_points(const EdgeBox& box, size_t count, uint16_t mask) {
   EdgePoints points;
-  for (int y = 0; y < height; ++y) points.count += count_row(row(y), width);
-  points.list = allocate<EdgePoint>(points.count);
+  points.list = allocate<EdgePoint>(count);
   if (!points.list) return points;
-
+  points.count = count;
   EdgePoint* next = points.list.get();
-  for (int y = 0; y < height; ++y) next = list_row(row(y), width, y, next);
+  for (int y = 0; y < box.height; ++y) next = list_row(box.pixels + y * box.stride, box.width, y, mask, next);
   return points;
+}
+
+void count_rows_and_columns(const EdgeBox& box, uint16_t* rows, uint16_t* columns) {
+  for (int y = 0; y < box.height; ++y) {
+    const uint8_t* row = box.pixels + y * box.stride;
+    rows[y] = static_cast<uint16_t>(rows[y] + count_row(row, box.width));
+    for (int x = 0; x < box.width; ++x) columns[x] = static_cast<uint16_t>(columns[x] + (row[x] != 0));
+  }
 }
 
 }  // namespace skew

@@ -9,6 +9,15 @@
 
 namespace skew {
 
+// The pixels of a region of an edge map. Without pixels (width and height 0) when its bounds are inverted.
+struct EdgeBox {
+  const uint8_t* pixels;  // the top left one
+  ptrdiff_t stride;       // bytes
+  int width, height;
+};
+
+EdgeBox edge_box(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi);
+
 // Relative to the box: the top left pixel is (0, 0).
 struct EdgePoint {
   uint16_t y, x;
@@ -20,10 +29,13 @@ struct EdgePoints {
   size_t count = 0;
 };
 
-// True when the box holds at least one pixel.
-bool is_box(const ImgROI& roi);
+size_t count_edge_points(const EdgeBox& box);
 
-// The non-zero pixels of a box, rows from the top down and each from the left. The list is as long as needed.
-EdgePoints find_edge_points(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi);
+// The non-zero pixels of a box, rows from the top down and each from the left; count is what
+// count_edge_points() gives. Coordinates are reduced by the mask.
+EdgePoints list_edge_points(const EdgeBox& box, size_t count, uint16_t mask);
+
+// Adds the points of each row and of each column to the counts, which are not cleared first.
+void count_rows_and_columns(const EdgeBox& box, uint16_t* rows, uint16_t* columns);
 
 }  // namespace skew

@@ -1,8 +1,6 @@
-// Scores whole degrees on both sides, then the steps of 0.2 degree around the best. For one angle only one
-// column of each product table is used; gathered into short arrays it stays in the first cache level.
+// Scores whole degrees on both sides, then the steps of 0.2 degree around the best.
 #include "skew/one_step_search.h"
 
-#include "core/raster.h"
 #include "include/skewcorrection/skew.h"
 #include "include/skewcorrection/tables.h"
 #include "skew/edge_points.h"
@@ -15,82 +13,90 @@ constexpr int kCoordinates = 256;  // coordinates count modulo this
 constexpr int kLargestIndex = 225;
 constexpr int kCoarseStep = 5;
 constexpr int kReach = 363;  // 256 times the square root of 2, rounded up: no turned coordinate gets further
-constexpr int kBins = 2 * kReach;
 
-// The products of every coordinate with the cosine and the sine of one angle.
+// The products of every coordinate with the cosine and the sine of one angle: a column of A_tCos_256_226 and
+// one of A_tSin_256_226, worked out anew, because their entries lie a kilobyte apart.
 struct Products {
-  int16_t cosine[kCoordinates], sine[kCoordinates];
+  explicit Products(int index) {
+    for (int i = 0; i < kCoordinates; ++i) {
+      cosine[i] = static_cast<uint16_t>((i * COS[index]) >> 16);
+      sine[i] = static_cast<uint16_t>((i * SIN[index]) >> 16);
+    }
+  }
+  Turn turn() const { return {cosine, sine}; }
+
+  uint16_t cosine[kCoordinates], sine[kCoordinates];
 };
 
-Products products_of(int index) {
-  Products products;
-  for (int i = 0; i < kCoordinates; ++i) {
-    products.cosine[i] = static_cast<int16_t>(A_tCos_256_226[i * 256 + index]);
-    products.sine[i] = static_cast<int16_t>(A_tSin_256_226[i * 256 + index]);
+class Search {
+ public:
+  bool prepare(const EdgePoints& points) {
+    return rows_.prepare(points, Axis::kRows, kReach) && columns_.prepare(points, Axis::kColumns, kReach);
   }
-  return products;
-}
 
-// The row and column projections of the points, turned by one angle.
-struct Projections {
-  uint16_t rows[kBins], columns[kBins];
-  double score() const { return sum_of_squares(rows, kBins) * sum_of_squares(columns, kBins); }
-};
-
-double score_of(const EdgePoints& points, int index) {
-  const Products products = products_of(index < 0 ? -index : index);
-  const int sign = index < 0 ? -1 : 1;
-  Projections projections = {};
-  for (size_t i = 0; i < points.count; ++i) {
-    const int x = points.list[i].x % kCoordinates, y = points.list[i].y % kCoordinates;
-    ++projections.rows[products.cosine[y] - sign * products.sine[x] + kReach];
-    ++projections.columns[products.cosine[x] + sign * products.sine[y] + kReach];
+  void run(OneStepResult* best) {
+    for (int index = kCoarseStep; index <= kLargestIndex; index += kCoarseStep) try_both_signs(index, best);
+    const int coarse = best->angle_index;
+    for (int index = coarse - kCoarseStep + 1; index < coarse + kCoarseStep; ++index)
+      if (index >= -kLargestIndex && index <= kLargestIndex) try_one(index, best);
   }
-  return projections.score();
-}
 
-// Keeps the first of equal scores.
-void try_angle(const EdgePoints& points, int index, OneStepResult* best) {
-  const double score = score_of(points, index);
-  if (score > best->score) {
+ private:
+  // Keeps the first of equal scores.
+  static void keep_better(int index, double score, OneStepResult* best) {
+    if (score <= best->score) return;
     best->score = score;
     best->angle_index = index;
   }
-}
 
-// The score of the points as they lie; here coordinates do not wrap around. counts are zeros, one for each
-// row and column of the box.
-double level_score(const EdgePoints& points, const ImgROI& roi, uint16_t* counts) {
-  const int width = inclusive_width(roi), height = inclusive_height(roi);
-  for (size_t i = 0; i < points.count; ++i) {
-    ++counts[points.list[i].y];
-    ++counts[height + points.list[i].x];
+  // Rows of a positive angle are differences, y cos - x sin; its columns are sums, x cos + y sin.
+  void try_both_signs(int index, OneStepResult* best) {
+    const Products products(index);
+    const Scores rows = rows_.score_both(products.turn()), columns = columns_.score_both(products.turn());
+    keep_better(index, rows.difference * columns.sum, best);
+    keep_better(-index, rows.sum * columns.difference, best);
   }
-  return sum_of_squares(counts, height) * sum_of_squares(counts + height, width);
-}
 
-void search(const EdgePoints& points, OneStepResult* best) {
-  for (int index = kCoarseStep; index <= kLargestIndex; index += kCoarseStep) {
-    try_angle(points, index, best);
-    try_angle(points, -index, best);
+  void try_one(int index, OneStepResult* best) {
+    const Products products(index < 0 ? -index : index);
+    const Sign of_rows = index < 0 ? Sign::kSum : Sign::kDifference;
+    const Sign of_columns = index < 0 ? Sign::kDifference : Sign::kSum;
+    keep_better(index, rows_.score(products.turn(), of_rows) * columns_.score(products.turn(), of_columns),
+                best);
   }
-  const int coarse = best->angle_index;
-  for (int index = coarse - kCoarseStep + 1; index < coarse + kCoarseStep; ++index)
-    if (index >= -kLargestIndex && index <= kLargestIndex) try_angle(points, index, best);
+
+  Projector rows_, columns_;
+};
+
+// The score of the points as they lie; here coordinates do not wrap around.
+bool score_level(const EdgeBox& box, double* score) {
+  const Buffer<uint16_t> counts = allocate_zeroed<uint16_t>(box.height + box.width);
+  if (!counts) return false;
+  count_rows_and_columns(box, counts.get(), counts.get() + box.height);
+  *score = sum_of_squares(counts.get(), box.height) * sum_of_squares(counts.get() + box.height, box.width);
+  return true;
 }
 
 }  // namespace
 
 int one_step_search(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi, OneStepResult* result) {
   *result = OneStepResult();
-  if (!is_box(roi)) return SKEW_OK;
-  const EdgePoints points = find_edge_points(edge, stride, roi);
-  const Buffer<uint16_t> counts = allocate_zeroed<uint16_t>(inclusive_width(roi) + inclusive_height(roi));
-  if (!points.list || !counts) return SKEW_NO_WORKING_MEMORY;
-  result->points = points.count;
-  if (points.count < kOneStepPoints) return SKEW_OK;
-  result->score = result->level_score = level_score(points, roi, counts.get());
-  search(points, result);
+  const EdgeBox box = edge_box(edge, stride, roi);
+  const size_t count = count_edge_points(box);
+  if (count < kOneStepPoints) {
+    result->points = count;
+    return SKEW_OK;
+  }
+
+  OneStepResult best;
+  best.points = count;
+  if (!score_level(box, &best.level_score)) return SKEW_NO_WORKING_MEMORY;
+  best.score = best.level_score;
+  const EdgePoints points = list_edge_points(box, count, kCoordinates - 1);
+  Search search;
+  if (!points.list || !search.prepare(points)) return SKEW_NO_WORKING_MEMORY;
+  search.run(&best);
+  *result = best;
   return SKEW_OK;
 }
 

@@ -11,6 +11,8 @@
 #ifndef SKEWCORRECTION_SKEW_H
 #define SKEWCORRECTION_SKEW_H
 
+#include <pthread.h>
+
 #include "types.h"
 
 SKEW_EXTERN_C_BEGIN
@@ -89,6 +91,101 @@ SKEW_API int SkewAngleDetect_HOR_OneStep(const uint8_t* pEdge, int stride, ImgRO
 /* The score of one projection: the sum of the squares of binCount counts, added in order to a double.
  * 0.0 when binCount is 0 or less; pHistogram may then be anything. */
 SKEW_API double GetVariance(const uint16_t* pHistogram, int binCount);
+
+/* Searches -39 to 39 degrees for the angle at which the points pile up most sharply in their row projection, as
+ * they do on horizontal text lines. Whole degrees come first, then, unless an end of the range won, ten steps of
+ * 0.2 degree around the winner on its side of zero. The first of equal scores stays, +k degrees before -k.
+ *   pEdge       edge map in padded rows
+ *   width       of the map, pixels
+ *   roi         the box to search, inclusive bounds, inside the map; w by h pixels of any size
+ *   pAngle      receives the angle, a multiple of 0.2; 0.0 before anything else happens
+ *   pCoarseSin  40 rows of w entries: row k, entry x is x times the sine of k degrees; row 0 is not read
+ *   pCoarseCos  40 rows of h entries: row k, entry y is y times the cosine of k degrees; row 0 is not read
+ *   pFineSin    200 rows of w entries, pFineCos 200 rows of h entries: the same for row r = r * 0.2 degree; rows
+ *               above 194 are not read
+ *   pScore      receives the score of that angle, the sum of the squared counts of its projection (GetVariance),
+ *               which can be compared with that of other searches over the same points
+ *   pAngleCopy  receives the angle once more, as the last of the three
+ * Entries are whole numbers, rounded either way. The caller answers for their size; where an entry is larger than
+ * any such rounding explains, the angle means nothing, but nothing is written out of bounds.
+ * A box without points gives angle 0.0 and score 0.0, and so does one with inverted bounds, for which nothing is
+ * read. Returns 0, or 260 if the working memory cannot be allocated; then *pAngle is 0.0 and the other two are
+ * left alone.
+ * Extra heap: 4 bytes for each edge point and 12 for each row and column of the box. */
+SKEW_API int SkewAngleDetect_ThreeSteps_F(const uint8_t* pEdge, int width, ImgROI roi, double* pAngle,
+                                          const uint16_t* pCoarseSin, const uint16_t* pCoarseCos,
+                                          const uint16_t* pFineSin, const uint16_t* pFineCos, double* pScore,
+                                          double* pAngleCopy);
+
+/* The same for text set in vertical columns: the points' column projection is scored. A page turned by some angle
+ * gives the same sign here, through its columns, as it gives there through its lines. Two things differ:
+ *   the sine tables have rows of h entries, one for each y, and the cosine tables rows of w entries, one for each
+ *   x (for a square box the tables of the horizontal search will do), and -k degrees is preferred to +k at equal
+ *   scores. */
+SKEW_API int SkewAngleDetect_Vert_ThreeSteps_F(const uint8_t* pEdge, int width, ImgROI roi, double* pAngle,
+                                               const uint16_t* pCoarseSin, const uint16_t* pCoarseCos,
+                                               const uint16_t* pFineSin, const uint16_t* pFineCos, double* pScore,
+                                               double* pAngleCopy);
+
+/* ---- For a caller's own threads ----
+ *
+ * The library starts no thread. GetVarianceMT and SkewAngleDetectJpnMT can be passed to pthread_create. */
+
+/* One projection of a point list: what GetVariance_sp and GetVarianceMT work on. */
+typedef struct VarianceParam {
+  const uint16_t* pPoints; /* y, x, y, x, ... */
+  int32_t valueCount;      /* values in the list: twice the number of points */
+  int32_t xRowLength;      /* entries in a row of pXTable; larger than every x */
+  int32_t yRowLength;      /* entries in a row of pYTable; larger than every y */
+  uint16_t* pHistogram;    /* binCount counts; cleared and filled. Workers that run at once need one each. */
+  int32_t binCount;        /* bins; every bin that the points fall into must exist */
+  const uint16_t* pXTable; /* rows of entries for each x, as in the searches above */
+  const uint16_t* pYTable; /* rows of entries for each y */
+  int32_t mode;            /* 1: bin = y entry - x entry + binCount / 2; otherwise bin = y entry + x entry */
+  int32_t row;             /* the row of both tables to use */
+  double* pResult;         /* receives the score of the histogram (GetVariance) */
+} VarianceParam;
+
+/* Scores one angle and one sign. The block is trusted: see its fields. Uses no heap. */
+SKEW_API void GetVariance_sp(const VarianceParam* pParam);
+
+/* The same in the shape of a thread's start routine: pParam points to a VarianceParam. Returns a null pointer. */
+SKEW_API void* GetVarianceMT(void* pParam);
+
+/* One three-step search: what SkewAngleDetectJpnMT works on. The fields are the arguments of the two searches;
+ * those of the direction that does not run are not used. */
+typedef struct SkewDetectParam {
+  const uint8_t* pEdge;
+  int32_t width;
+  ImgROI roi;
+  double* pAngle;    /* written by both directions: blocks that run at once need different targets */
+  int32_t direction; /* 1: SkewAngleDetect_ThreeSteps_F; 2: SkewAngleDetect_Vert_ThreeSteps_F; else nothing runs */
+  const uint16_t* pHorCoarseSin;
+  const uint16_t* pHorCoarseCos;
+  const uint16_t* pHorFineSin;
+  const uint16_t* pHorFineCos;
+  double* pHorScore;
+  double* pHorAngle; /* the copy of the angle */
+  const uint16_t* pVertCoarseSin;
+  const uint16_t* pVertCoarseCos;
+  const uint16_t* pVertFineSin;
+  const uint16_t* pVertFineCos;
+  double* pVertScore;
+  double* pVertAngle; /* the copy of the angle */
+} SkewDetectParam;
+
+/* Runs the search that the block asks for, in the shape of a thread's start routine: pParam points to a
+ * SkewDetectParam. Returns a null pointer always. A search without memory leaves 0.0 in *pAngle and its score and
+ * copy as they were. */
+SKEW_API void* SkewAngleDetectJpnMT(void* pParam);
+
+/* Waits for threads with pthread_join, in array order, and drops their exit values.
+ *   threadCount   entries; any number
+ *   pStartStatus  0 for a thread to wait for; anything else (what a failed pthread_create returned) skips it
+ *   pThreads      the threads; each can be waited for only once
+ * Returns the number of threads that could not be joined, 0 when all were; the rest are joined all the same. With
+ * no entries (threadCount 0 or less) it returns 1. */
+SKEW_API int multi_pthread_join(int threadCount, const int32_t* pStartStatus, const pthread_t* pThreads);
 
 SKEW_EXTERN_C_END
 
