@@ -1,0 +1,53 @@
+// The inner parts of CannyEdge. The candidates for edges are kept as bits, 64 pixels a word: hysteresis then
+// works on words, and the raster itself is read once and written once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/simd.h"
+
+namespace skew {
+
+constexpr int kLargestGradient = 2040;
+
+// A bit for each pixel, `words` words a row; bit b of word i is column 64 * i + b. Columns and rows on the
+// border and beyond the width have no bits, so that nothing ever spreads from one row's end to the next row.
+struct EdgeBits {
+  uint64_t* candidates;  // pixels that passed suppression
+  uint64_t* edges;       // the strong ones among them; after the hysteresis all that are connected to one
+  size_t words;          // of a row
+};
+
+constexpr size_t bit_words(int width) { return (static_cast<size_t>(width) + 63) / 64; }
+
+struct GradientPass {
+  const uint8_t* source;
+  ptrdiff_t stride;
+  int width, height;  // 2 or more
+  int low, high;      // 0 ... kLargestGradient + 1
+  int16_t* work;      // gradient_work_size(width) zeros
+  EdgeBits bits;      // zeros
+};
+
+// Room for three rows of magnitudes and two of sectors, each whole words long with a margin on both sides.
+constexpr int kWorkMargin = 16;
+constexpr size_t work_row_size(int width) { return 64 * bit_words(width) + 2 * kWorkMargin; }
+constexpr size_t gradient_work_size(int width) { return 5 * work_row_size(width); }
+
+// Marks the local maxima of the gradient above the low threshold as candidates, and those above the high
+// threshold as edges too. Returns the largest magnitude that is not below the low threshold, or 0.
+namespace lanes16 {
+int mark_candidates(const GradientPass& pass);
+}
+#if defined(SKEW_AVX2_FORMS)
+namespace lanes32 {
+int mark_candidates(const GradientPass& pass);
+}
+#endif
+
+// Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds one zero
+// for each of the `height` rows' words; there are fewer than 2^32 - 1.
+void spread_edges(const EdgeBits& bits, int height, uint32_t* links);
+
+}  // namespace skew
