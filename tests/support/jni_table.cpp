@@ -1,0 +1,77 @@
+#include "tests/support/jni_table.h"
+
+#include <algorithm>
+
+#include "tests/support/log_capture.h"
+
+namespace skew::test {
+
+JniTable* owner_of(JNIEnv* env);
+
+namespace {
+
+JavaObject* object(jobject handle) { return reinterpret_cast<JavaObject*>(handle); }
+
+jsize array_length(JNIEnv*, jarray array) {
+  // The tests name arrays of integers so.
+  const bool ints = object(array)->name.rfind("int", 0) == 0;
+  events().push_back("length " + object(array)->name);
+  return static_cast<jsize>(object(array)->bytes.size() / (ints ? sizeof(jint) : 1));
+}
+
+jbyte* get_bytes(JNIEnv* env, jbyteArray array, jboolean* copied) {
+  return static_cast<jbyte*>(owner_of(env)->acquire(object(array), copied));
+}
+jint* get_ints(JNIEnv* env, jintArray array, jboolean* copied) {
+  return static_cast<jint*>(owner_of(env)->acquire(object(array), copied));
+}
+const char* get_chars(JNIEnv* env, jstring string, jboolean* copied) {
+  return static_cast<char*>(owner_of(env)->acquire(object(string), copied));
+}
+void release_bytes(JNIEnv* env, jbyteArray array, jbyte* elements, jint mode) {
+  owner_of(env)->release(object(array), elements, mode);
+}
+void release_ints(JNIEnv* env, jintArray array, jint* elements, jint mode) {
+  owner_of(env)->release(object(array), elements, mode);
+}
+void release_chars(JNIEnv* env, jstring string, const char* chars) {
+  owner_of(env)->release(object(string), chars, 0);
+}
+
+}  // namespace
+
+JniTable::JniTable(bool with_length) {
+  if (with_length) functions_.GetArrayLength = array_length;
+  functions_.GetByteArrayElements = get_bytes;
+  functions_.ReleaseByteArrayElements = release_bytes;
+  functions_.GetIntArrayElements = get_ints;
+  functions_.ReleaseIntArrayElements = release_ints;
+  functions_.GetStringUTFChars = get_chars;
+  functions_.ReleaseStringUTFChars = release_chars;
+  env_.functions = &functions_;
+  env_.owner = this;
+}
+
+void* JniTable::acquire(JavaObject* object, const jboolean* copied) {
+  const bool fails = ++acquisitions_ == failing_acquisition;
+  events().push_back((fails ? "fail " : "get ") + object->name + (copied != nullptr ? " with is-copy" : ""));
+  if (fails) return nullptr;
+  std::unique_ptr<uint8_t[]> copy(new uint8_t[object->bytes.size()]);
+  std::copy(object->bytes.begin(), object->bytes.end(), copy.get());
+  void* elements = copy.get();
+  held_[elements] = {object, std::move(copy)};
+  return elements;
+}
+
+void JniTable::release(JavaObject* object, const void* elements, jint mode) {
+  const auto found = held_.find(elements);
+  if (found == held_.end() || found->second.first != object) {
+    events().push_back("WRONG release " + object->name);
+    return;
+  }
+  events().push_back("release " + object->name + (mode != 0 ? " with a mode" : ""));
+  std::copy_n(found->second.second.get(), object->bytes.size(), object->bytes.begin());
+  held_.erase(found);
+}
+
+}  // namespace skew::test
