@@ -67,7 +67,7 @@ Operation dilate(const cv::Mat& map) {
            {"plain",
             [=] {
               start->copyTo(*image);
-              skew::reference::dilation(image->data, width, height);
+              skew::reference::close_gaps(image->data, width, height);
             }},
            {"cv::dilate", [=] { cv::dilate(*start, *out, cv::Mat()); }}}};
 }

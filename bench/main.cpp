@@ -17,15 +17,15 @@ using bench::Result;
 
 std::vector<Operation> operations_for(int width, int height) {
   std::vector<Operation> all;
-  for (auto* make : {bench::pipeline_operations, bench::search_operations, bench::rotation_operations,
+  for (auto* make : {bench::search_operations, bench::rotation_operations,
                      bench::conversion_operations, bench::analysis_operations})
     for (Operation& operation : make(width, height)) all.push_back(std::move(operation));
   return all;
 }
 
 void print_header() {
-  std::printf("%-52s %9s %9s %11s %10s %12s  %s\n", "operation", "ours, ms", "ns/pixel", "plain/ours", "peer/ours",
-              "ours/memcpy", "best peer");
+  std::printf("%-52s %9s %9s %11s %10s %12s  %s\n", "operation", "ours, ms", "ns/pixel", "plain/ours",
+              "peer/ours", "ours/memcpy", "best peer");
 }
 
 void print_row(const Result& result) {
@@ -74,8 +74,10 @@ int main(int argc, char** argv) {
       if (isatty(2)) std::fprintf(stderr, "\r\033[K%s", operation.name.c_str());
       const Result result = bench::measure(operation, rounds);
       if (isatty(2)) std::fprintf(stderr, "\r\033[K");
-      if (json) std::printf("%s\n", as_json(result, width, height).dump().c_str());
-      else print_row(result);
+      if (json)
+        std::printf("%s\n", as_json(result, width, height).dump().c_str());
+      else
+        print_row(result);
     }
   }
 }

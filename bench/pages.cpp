@@ -10,10 +10,10 @@ namespace {
 
 // Sentences of random length from a small stock of words, so that no two lines look alike.
 std::string text_line(cv::RNG& random, size_t letters) {
-  static const char* const words[] = {"the",   "page",  "lies", "level",  "when",    "every", "line",
-                                      "of",    "text",  "runs", "along",  "a",       "row",   "and",
-                                      "scans", "taken", "in",   "hurry",  "seldom",  "do",    "so",
-                                      "from",  "phones", "by",  "window", "daylight"};
+  static const char* const words[] = {"the",   "page",   "lies", "level",  "when",    "every", "line",
+                                      "of",    "text",   "runs", "along",  "a",       "row",   "and",
+                                      "scans", "taken",  "in",   "hurry",  "seldom",  "do",    "so",
+                                      "from",  "phones", "by",   "window", "daylight"};
   std::string line;
   while (line.size() < letters) line += std::string(words[random.uniform(0, 26)]) + " ";
   return line.substr(0, letters);
@@ -39,7 +39,8 @@ cv::Mat text_page(int width, int height, double degrees) {
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       const double shade = 1.0 - 0.25 * x / width - 0.1 * y / height;
-      page.at<uint8_t>(y, x) = cv::saturate_cast<uint8_t>(page.at<uint8_t>(y, x) * shade + random.gaussian(2.0));
+      page.at<uint8_t>(y, x) =
+          cv::saturate_cast<uint8_t>(page.at<uint8_t>(y, x) * shade + random.gaussian(2.0));
     }
   return page;
 }

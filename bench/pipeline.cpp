@@ -8,11 +8,9 @@
 #include "bench/operations.h"
 #include "bench/pages.h"
 #include "include/skewcorrection/skew.h"
-#include "reference/canny.h"
 #include "reference/convert.h"
-#include "reference/rotate.h"
-#include "reference/search.h"
 #include "reference/driver.h"
+#include "reference/rotate.h"
 
 extern "C" jint
 Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_ImgSkewCorrect_1ImageLoadingMode(
@@ -49,7 +47,7 @@ Operation driver(int width, int height) {
           pixels,
           192 * 256 * 4,
           {{"ours", [=] { SkewCorrection(page->data, width, height, angle.get()); }},
-           {"plain", [=] { skew::reference::skew_correction(page->data, width, height, angle.get()); }},
+           {"plain", [=] { *angle = skew::reference::skew_of(page->data, width, height, width); }},
            {"Leptonica, binarise and find", [=] { leptonica_find(pix.get()); }},
            {"Leptonica, sampled down, 45 degrees", [=] { leptonica_find_small(pix.get(), scale, 45.0f); }},
            {"Leptonica, sampled down, 7 degrees", [=] { leptonica_find_small(pix.get(), scale, 7.0f); }}}};
@@ -123,8 +121,7 @@ void java_call(ColourPage& page) {
 void plain_call(ColourPage& page) {
   std::vector<uint8_t> gray(page.argb.size());
   skew::reference::argb_to_gray(page.argb.data(), gray.data(), page.width, page.height);
-  double angle = 0;
-  skew::reference::skew_correction(gray.data(), page.width, page.height, &angle);
+  const double angle = skew::reference::skew_of(gray.data(), page.width, page.height, page.width);
   skew::reference::rotate_argb(page.argb.data(), page.width, page.height, angle, page.out.data(), -1);
 }
 

@@ -44,57 +44,57 @@ std::vector<Operation> rotation_operations(int width, int height) {
 
   std::vector<Operation> all;
   for (const double degrees : {0.2, 3.4, -20.0}) {
-    all.push_back(
-        {named("RotateARGBImage_INT_FOR_JNI", degrees),
-         pixels,
-         8 * n,
-         {{"ours",
-           [im, degrees] {
-             RotateARGBImage_INT_FOR_JNI(im->argb.data(), im->width, im->height, degrees, im->argb_out.data(), -1);
-           }},
-          {"plain",
-           [im, degrees] {
-             skew::reference::rotate_argb(im->argb.data(), im->width, im->height, degrees, im->argb_out.data(), -1);
-           }},
-          {"cv::warpAffine", [im, degrees] {
-             im->warp({im->height, im->width, CV_8UC4, im->argb.data()},
-                      {im->height, im->width, CV_8UC4, im->argb_out.data()}, degrees);
-           }}}});
-    all.push_back(
-        {named("RotateRGBImage", degrees),
-         pixels,
-         6 * n,
-         {{"ours",
-           [im, degrees] {
-             RotateRGBImage(im->rgb.data(), im->width, im->height, degrees, im->rgb_out.data(), 0);
-           }},
-          {"plain",
-           [im, degrees] {
-             skew::reference::rotate_rgb(im->rgb.data(), im->width, im->height, degrees, im->rgb_out.data(), 0);
-           }},
-          {"cv::warpAffine", [im, degrees] {
-             im->warp({im->height, im->width, CV_8UC3, im->rgb.data()},
-                      {im->height, im->width, CV_8UC3, im->rgb_out.data()}, degrees);
-           }}}});
-    // Both allocate their result, so the peer gets a fresh one too.
-    all.push_back({named("RotateGrayImage", degrees),
+    all.push_back({named("RotateARGBImage_INT_FOR_JNI", degrees),
                    pixels,
-                   2 * n,
+                   8 * n,
                    {{"ours",
                      [im, degrees] {
-                       uint8_t* out = nullptr;
-                       RotateGrayImage(im->gray.data, im->width, im->height, degrees, &out, -1);
-                       std::free(out);
+                       RotateARGBImage_INT_FOR_JNI(im->argb.data(), im->width, im->height, degrees,
+                                                   im->argb_out.data(), -1);
                      }},
                     {"plain",
                      [im, degrees] {
-                       uint8_t* out = nullptr;
-                       skew::reference::rotate_gray(im->gray.data, im->width, im->height, degrees, &out, -1);
-                       std::free(out);
+                       skew::reference::rotate_argb(im->argb.data(), im->width, im->height, degrees,
+                                                    im->argb_out.data(), -1);
                      }},
                     {"cv::warpAffine", [im, degrees] {
-                       im->warp(im->gray, cv::Mat(im->height, im->width, CV_8UC1), degrees);
+                       im->warp({im->height, im->width, CV_8UC4, im->argb.data()},
+                                {im->height, im->width, CV_8UC4, im->argb_out.data()}, degrees);
                      }}}});
+    all.push_back({named("RotateRGBImage", degrees),
+                   pixels,
+                   6 * n,
+                   {{"ours",
+                     [im, degrees] {
+                       RotateRGBImage(im->rgb.data(), im->width, im->height, degrees, im->rgb_out.data(), 0);
+                     }},
+                    {"plain",
+                     [im, degrees] {
+                       skew::reference::rotate_rgb(im->rgb.data(), im->width, im->height, degrees,
+                                                   im->rgb_out.data(), 0);
+                     }},
+                    {"cv::warpAffine", [im, degrees] {
+                       im->warp({im->height, im->width, CV_8UC3, im->rgb.data()},
+                                {im->height, im->width, CV_8UC3, im->rgb_out.data()}, degrees);
+                     }}}});
+    // Both allocate their result, so the peer gets a fresh one too.
+    all.push_back(
+        {named("RotateGrayImage", degrees),
+         pixels,
+         2 * n,
+         {{"ours",
+           [im, degrees] {
+             uint8_t* out = nullptr;
+             RotateGrayImage(im->gray.data, im->width, im->height, degrees, &out, -1);
+             std::free(out);
+           }},
+          {"plain",
+           [im, degrees] {
+             std::vector<uint8_t> out(im->gray.total());
+             skew::reference::rotate_gray(im->gray.data, im->width, im->height, degrees, out.data(), 255);
+           }},
+          {"cv::warpAffine",
+           [im, degrees] { im->warp(im->gray, cv::Mat(im->height, im->width, CV_8UC1), degrees); }}}});
     // In place: each round turns what the last one left, which takes the same time.
     all.push_back({named("RotateImage", degrees),
                    pixels,
@@ -105,8 +105,10 @@ std::vector<Operation> rotation_operations(int width, int height) {
                      }},
                     {"plain",
                      [im, degrees] {
-                       skew::reference::rotate_image(im->gray_out.data(), im->width, im->height, degrees, 0,
-                                                     nullptr, nullptr);
+                       std::vector<uint8_t> out(im->gray_out.size(), 255);
+                       skew::reference::rotate_fixed(im->gray_out.data(), im->width, im->height, degrees,
+                                                     out.data());
+                       im->gray_out.swap(out);
                      }},
                     {"cv::warpAffine", [im, degrees] {
                        cv::Mat out(im->height, im->width, CV_8UC1);

@@ -37,8 +37,8 @@ cv::Mat edge_map_with(int width, int height, int points) {
 // Leptonica's sweep and search over 45 degrees; the reductions are 1, 2 or 4.
 void sweep_and_search(PIX* bits, int sweep_reduction, int search_reduction) {
   l_float32 angle = 0, confidence = 0, score = 0;
-  pixFindSkewSweepAndSearchScore(bits, &angle, &confidence, &score, sweep_reduction, search_reduction, 0.0f, 45.0f,
-                                 1.0f, 0.01f);
+  pixFindSkewSweepAndSearchScore(bits, &angle, &confidence, &score, sweep_reduction, search_reduction, 0.0f,
+                                 45.0f, 1.0f, 0.01f);
 }
 
 Operation canny(int width, int height) {
@@ -49,7 +49,7 @@ Operation canny(int width, int height) {
           pixels,
           static_cast<size_t>(2 * pixels),
           {{"ours", [=] { CannyEdge(page->data, out->data, 60, 120, width, height, 90); }},
-           {"plain", [=] { skew::reference::canny_edge(page->data, out->data, 60, 120, width, height, 90); }},
+           {"plain", [=] { skew::reference::canny(page->data, out->data, 60, 120, width, height, 90); }},
            {"cv::Canny", [=] { cv::Canny(*page, *out, 60, 120, 3, false); }}}};
 }
 
@@ -61,8 +61,7 @@ Operation one_step() {
           189.0 * 189,
           189 * 189,
           {{"ours", [=] { SkewAngleDetect_HOR_OneStep(map->data, 192, box(1, 1, 189, 189), angle.get()); }},
-           {"plain",
-            [=] { skew::reference::one_step_search(map->data, 192, box(1, 1, 189, 189), angle.get()); }},
+           {"plain", [=] { *angle = skew::reference::one_step_search(map->data, 192, box(1, 1, 189, 189)); }},
            {"Leptonica, sweep 1/4, search 1/2", [=] { sweep_and_search(bits.get(), 4, 2); }}}};
 }
 
@@ -84,10 +83,15 @@ struct ThreeStep {
   std::vector<uint16_t> fine_cos = products(200, height, 0.2, std::cos);
   double angle = 0, score = 0, copy = 0;
 
-  template <class Search>
-  void run(Search search) {
-    search(map.data, width, box(0, 0, width, height), &angle, coarse_sin.data(), coarse_cos.data(),
-           fine_sin.data(), fine_cos.data(), &score, &copy);
+  void run_ours() {
+    SkewAngleDetect_ThreeSteps_F(map.data, width, box(0, 0, width, height), &angle, coarse_sin.data(),
+                                 coarse_cos.data(), fine_sin.data(), fine_cos.data(), &score, &copy);
+  }
+  void run_plain() {
+    angle =
+        skew::reference::three_steps_horizontal(map.data, width, box(0, 0, width, height), coarse_sin.data(),
+                                                coarse_cos.data(), fine_sin.data(), fine_cos.data())
+            .angle;
   }
 };
 
@@ -98,8 +102,8 @@ Operation three_steps() {
   return {"SkewAngleDetect_ThreeSteps_F, 760 x 1000",
           pixels,
           static_cast<size_t>(pixels),
-          {{"ours", [=] { data->run(SkewAngleDetect_ThreeSteps_F); }},
-           {"plain", [=] { data->run(skew::reference::three_step_search); }},
+          {{"ours", [=] { data->run_ours(); }},
+           {"plain", [=] { data->run_plain(); }},
            {"Leptonica, full size", [=] { sweep_and_search(bits.get(), 1, 1); }},
            {"Leptonica, sweep 1/4, search 1/2", [=] { sweep_and_search(bits.get(), 4, 2); }}}};
 }
@@ -109,17 +113,19 @@ Operation shrink(int width, int height) {
   auto half = std::make_shared<cv::Mat>(height / 2, width / 2, CV_8UC1);
   const double pixels = double(width) * height;
   const ImgROI whole = box(0, 0, width, height);
-  return {"ImgShrink_TrackNew, to half size",
-          pixels,
-          static_cast<size_t>(1.25 * pixels),
-          {{"ours",
-            [=] { ImgShrink_TrackNew(page->data, width, height, whole, half->data, half->cols, half->rows); }},
-           {"plain",
-            [=] {
-              skew::reference::shrink(page->data, width, height, whole, half->data, half->cols, half->rows);
-            }},
-           {"cv::resize, area", [=] { cv::resize(*page, *half, half->size(), 0, 0, cv::INTER_AREA); }},
-           {"cv::resize, linear", [=] { cv::resize(*page, *half, half->size(), 0, 0, cv::INTER_LINEAR); }}}};
+  return {
+      "ImgShrink_TrackNew, to half size",
+      pixels,
+      static_cast<size_t>(1.25 * pixels),
+      {{"ours",
+        [=] { ImgShrink_TrackNew(page->data, width, height, whole, half->data, half->cols, half->rows); }},
+       {"plain",
+        [=] {
+          skew::reference::shrink(page->data, width, width, height, half->data, half->cols, half->cols,
+                                  half->rows);
+        }},
+       {"cv::resize, area", [=] { cv::resize(*page, *half, half->size(), 0, 0, cv::INTER_AREA); }},
+       {"cv::resize, linear", [=] { cv::resize(*page, *half, half->size(), 0, 0, cv::INTER_LINEAR); }}}};
 }
 
 }  // namespace
