@@ -7,7 +7,7 @@
 //
 // Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
 // stands in for one that must run everywhere. A kernel source that is compiled twice puts its own functions
-// into namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per call.
+// into inline namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per call.
 // With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
 #pragma once
 
@@ -96,45 +96,6 @@ inline void store_narrowed(uint8_t* to, U16 v) {
 template <class M, class V>
 inline V select(M mask, V a, V b) {
   return (V)(((V)mask & a) | (~(V)mask & b));
-}
-
-// The larger of two values, lane by lane.
-inline I16 maximum(I16 a, I16 b) {
-#if defined(__ARM_NEON)
-  return (I16)vmaxq_s16((int16x8_t)a, (int16x8_t)b);
-#elif defined(SKEW_AVX2_BUILD)
-  return (I16)_mm256_max_epi16((__m256i)a, (__m256i)b);
-#else
-  return (I16)_mm_max_epi16((__m128i)a, (__m128i)b);
-#endif
-}
-
-// v * kFactor / 2^16, rounded down.
-template <int kFactor>
-inline I16 multiply_high(I16 v) {
-  static_assert(kFactor >= 0 && kFactor < 32768 && kFactor % 2 == 0, "NEON doubles the product");
-#if defined(__ARM_NEON)
-  return (I16)vqdmulhq_n_s16((int16x8_t)v, kFactor / 2);
-#elif defined(SKEW_AVX2_BUILD)
-  return (I16)_mm256_mulhi_epi16((__m256i)v, _mm256_set1_epi16(kFactor));
-#else
-  return (I16)_mm_mulhi_epi16((__m128i)v, _mm_set1_epi16(kFactor));
-#endif
-}
-
-// One bit for each lane of two masks, the lowest for the first lane of `first`.
-inline uint32_t mask_bits(I16 first, I16 second) {
-#if defined(__ARM_NEON)
-  const U8 weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
-  const uint8x16_t mask = vcombine_u8(vmovn_u16((uint16x8_t)first), vmovn_u16((uint16x8_t)second));
-  const uint64x2_t sums = vpaddlq_u32(vpaddlq_u16(vpaddlq_u8(vandq_u8(mask, (uint8x16_t)weights))));
-  return static_cast<uint32_t>(vgetq_lane_u64(sums, 0) | vgetq_lane_u64(sums, 1) << 8);
-#elif defined(SKEW_AVX2_BUILD)
-  const __m256i packed = _mm256_packs_epi16((__m256i)first, (__m256i)second);
-  return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_permute4x64_epi64(packed, 0xD8)));
-#else
-  return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16((__m128i)first, (__m128i)second)));
-#endif
 }
 
 }  // namespace SKEW_LANES

@@ -71,8 +71,8 @@ class StringChars {
 // only where the function table has the entry; without it the caller's promise stands. Sizes are positive.
 inline bool may_hold(JNIEnv* env, jarray array, int channels, jint width, jint height) {
   if (env->functions->GetArrayLength == nullptr) return true;
-  const int64_t needed = int64_t{width} * height;  // below 2^62; three times it would still fit
-  return int64_t{env->GetArrayLength(array)} >= channels * needed;
+  const int64_t needed = int64_t{width} * height;  // below 2^62, but three times it need not fit
+  return int64_t{env->GetArrayLength(array)} / channels >= needed;
 }
 
 }  // namespace skew

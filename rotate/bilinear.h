@@ -12,7 +12,7 @@
 #include "rotate/geometry.h"
 
 namespace skew {
-namespace SKEW_LANES {
+inline namespace SKEW_LANES {
 
 struct Taps {
   const uint8_t *upper_left, *upper_right, *lower_left, *lower_right;

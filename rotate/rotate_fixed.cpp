@@ -50,7 +50,7 @@ int RotateImage(unsigned char* pImage, int width, int height, double angle, int 
   std::memset(rotated.get(), fillValue == 0 ? 255 : fillValue & 255, bytes);
   RotateImageParam whole = {pImage, rotated.get(), width, height, angle, 0, width};
   RotateImageMT(&whole);
-  std::memcpy(pImage, rotated.get(), bytes);
+  if (bytes != 0) std::memcpy(pImage, rotated.get(), bytes);
   if (pPointX != nullptr && pPointY != nullptr)
     move_points(pPointX, pPointY, width, height, table_turn(angle, index));
   return SKEW_OK;

@@ -8,7 +8,7 @@
 #include "rotate/job.h"
 
 namespace skew {
-namespace SKEW_LANES {
+inline namespace SKEW_LANES {
 namespace {
 
 constexpr int kTileColumns = 32;

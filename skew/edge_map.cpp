@@ -16,7 +16,7 @@ int mark(const GradientPass& pass) {
 #if defined(SKEW_AVX2_FORMS)
   if (has_avx2()) return lanes32::mark_candidates(pass);
 #endif
-  return mark_candidates(pass);
+  return lanes16::mark_candidates(pass);
 }
 
 int limited(int64_t threshold) {
@@ -71,16 +71,16 @@ int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowThreshold, 
   if (pSrc == nullptr || pDst == nullptr || width < 2 || height < 2) return kFailed;
   const ptrdiff_t stride = padded_stride(width);
   if (stride < width || int64_t{stride} * height > INT32_MAX) return kFailed;
-  const size_t words = (static_cast<size_t>(width) + 63) / 64, work_row = 64 * words + 2 * kWorkMargin;
+  const size_t words = bit_words(width);
   const Buffer<uint64_t> bits = allocate_zeroed<uint64_t>(words * 2, height);
-  const Buffer<int16_t> work = allocate_zeroed<int16_t>(work_row, kWorkRows);
+  const Buffer<int16_t> work = allocate_zeroed<int16_t>(gradient_work_size(width));
   const Buffer<uint32_t> links = allocate_zeroed<uint32_t>(words, height);
   if (!bits || !work || !links) return kFailed;
 
   const bool swapped = highThreshold < lowThreshold;
   const int low = swapped ? highThreshold : lowThreshold, high = swapped ? lowThreshold : highThreshold;
   const EdgeBits edge_bits = {bits.get(), bits.get() + words * height, words};
-  GradientPass pass = {pSrc, stride, width, height, limited(low), 0, work.get(), work_row, edge_bits};
+  GradientPass pass = {pSrc, stride, width, height, limited(low), 0, work.get(), edge_bits};
   mark_with_cap(pass, high, highCapPercent);
   spread_edges(edge_bits, height, links.get());
   write_map(edge_bits, width, height, pDst);

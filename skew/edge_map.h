@@ -19,20 +19,21 @@ struct EdgeBits {
   size_t words;          // of a row
 };
 
-// What one pass over the raster works on. This header holds no functions of its own: sources that are
-// compiled for more than one processor include it.
+constexpr size_t bit_words(int width) { return (static_cast<size_t>(width) + 63) / 64; }
+
 struct GradientPass {
   const uint8_t* source;
   ptrdiff_t stride;
   int width, height;  // 2 or more
   int low, high;      // 0 ... kLargestGradient + 1
-  int16_t* work;      // kWorkRows rows, zeros
-  size_t work_row;    // of 64 * words magnitudes or sectors with kWorkMargin more on both sides
+  int16_t* work;      // gradient_work_size(width) zeros
   EdgeBits bits;      // zeros
 };
 
+// Room for three rows of magnitudes and two of sectors, each whole words long with a margin on both sides.
 constexpr int kWorkMargin = 16;
-constexpr int kWorkRows = 5;  // three of magnitudes, two of sectors
+constexpr size_t work_row_size(int width) { return 64 * bit_words(width) + 2 * kWorkMargin; }
+constexpr size_t gradient_work_size(int width) { return 5 * work_row_size(width); }
 
 // Marks the local maxima of the gradient above the low threshold as candidates, and those above the high
 // threshold as edges too. Returns the largest magnitude that is not below the low threshold, or 0.
@@ -45,8 +46,8 @@ int mark_candidates(const GradientPass& pass);
 }
 #endif
 
-// Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds a zero for
-// each word of the `height` rows; there are fewer than 2^32 - 1.
+// Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds one zero
+// for each of the `height` rows' words; there are fewer than 2^32 - 1.
 void spread_edges(const EdgeBits& bits, int height, uint32_t* links);
 
 }  // namespace skew
