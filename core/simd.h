@@ -92,6 +92,59 @@ inline void store_narrowed(uint8_t* to, U16 v) {
 #endif
 }
 
+// The lower half of the bytes, widened to 16 bits, and the upper half.
+inline U16 widen_low(U8 v) {
+#if defined(__ARM_NEON)
+  return (U16)vmovl_u8(vget_low_u8((uint8x16_t)v));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U16)_mm256_cvtepu8_epi16(_mm256_castsi256_si128((__m256i)v));
+#else
+  return (U16)_mm_unpacklo_epi8((__m128i)v, _mm_setzero_si128());
+#endif
+}
+
+inline U16 widen_high(U8 v) {
+#if defined(__ARM_NEON)
+  return (U16)vmovl_u8(vget_high_u8((uint8x16_t)v));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U16)_mm256_cvtepu8_epi16(_mm256_extracti128_si256((__m256i)v, 1));
+#else
+  return (U16)_mm_unpackhi_epi8((__m128i)v, _mm_setzero_si128());
+#endif
+}
+
+// In every 16 bytes: the lower 8 of a and b alternating (a first), and the upper 8.
+inline U8 zip_low(U8 a, U8 b) {
+#if defined(__ARM_NEON)
+  return (U8)vzipq_u8((uint8x16_t)a, (uint8x16_t)b).val[0];
+#elif defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_unpacklo_epi8((__m256i)a, (__m256i)b);
+#else
+  return (U8)_mm_unpacklo_epi8((__m128i)a, (__m128i)b);
+#endif
+}
+
+inline U8 zip_high(U8 a, U8 b) {
+#if defined(__ARM_NEON)
+  return (U8)vzipq_u8((uint8x16_t)a, (uint8x16_t)b).val[1];
+#elif defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_unpackhi_epi8((__m256i)a, (__m256i)b);
+#else
+  return (U8)_mm_unpackhi_epi8((__m128i)a, (__m128i)b);
+#endif
+}
+
+// The first 16 bytes to one place and, where there are 32, the others to another.
+inline void store_halves(uint8_t* first, uint8_t* second, U8 v) {
+#if defined(SKEW_AVX2_BUILD)
+  _mm_storeu_si128((__m128i*)first, _mm256_castsi256_si128((__m256i)v));
+  _mm_storeu_si128((__m128i*)second, _mm256_extracti128_si256((__m256i)v, 1));
+#else
+  store(first, v);
+  (void)second;
+#endif
+}
+
 // mask ? a : b, lane by lane; every lane of the mask is all ones or all zeros.
 template <class M, class V>
 inline V select(M mask, V a, V b) {

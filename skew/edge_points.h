@@ -6,16 +6,11 @@
 
 #include "core/buffer.h"
 #include "include/skewcorrection/types.h"
+#include "skew/edge_box.h"
 
 namespace skew {
 
-// The pixels of a region of an edge map. Without pixels (width and height 0) when its bounds are inverted.
-struct EdgeBox {
-  const uint8_t* pixels;  // the top left one
-  ptrdiff_t stride;       // bytes
-  int width, height;
-};
-
+// The pixels of a region of an edge map.
 EdgeBox edge_box(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi);
 
 // Relative to the box: the top left pixel is (0, 0).
@@ -25,14 +20,14 @@ struct EdgePoint {
 static_assert(sizeof(EdgePoint) == 4, "callers hand lists over as pairs of 16-bit values");
 
 struct EdgePoints {
-  Buffer<EdgePoint> list;  // null when there was no memory
   size_t count = 0;
+  Buffer<EdgePoint> list;
 };
 
 size_t count_edge_points(const EdgeBox& box);
 
 // The non-zero pixels of a box, rows from the top down and each from the left; count is what
-// count_edge_points() gives. Coordinates are reduced by the mask.
+// count_edge_points() gives. Coordinates are reduced by the mask. The list is null if there is no memory.
 EdgePoints list_edge_points(const EdgeBox& box, size_t count, uint16_t mask);
 
 // Adds the points of each row and of each column to the counts, which are not cleared first.

@@ -12,7 +12,6 @@ namespace {
 constexpr int kCoordinates = 256;  // coordinates count modulo this
 constexpr int kLargestIndex = 225;
 constexpr int kCoarseStep = 5;
-constexpr int kReach = 363;  // 256 times the square root of 2, rounded up: no turned coordinate gets further
 
 // The products of every coordinate with the cosine and the sine of one angle: a column of A_tCos_256_226 and
 // one of A_tSin_256_226, worked out anew, because their entries lie a kilobyte apart.
@@ -30,8 +29,9 @@ struct Products {
 
 class Search {
  public:
-  bool prepare(const EdgePoints& points) {
-    return rows_.prepare(points, Axis::kRows, kReach) && columns_.prepare(points, Axis::kColumns, kReach);
+  bool prepare(const EdgeBox& box, const EdgePoints& points) {
+    return rows_.prepare(box, points, Axis::kRows, kCoordinates) &&
+           columns_.prepare(box, points, Axis::kColumns, kCoordinates);
   }
 
   void run(OneStepResult* best) {
@@ -92,9 +92,14 @@ int one_step_search(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi, On
   best.points = count;
   if (!score_level(box, &best.level_score)) return SKEW_NO_WORKING_MEMORY;
   best.score = best.level_score;
-  const EdgePoints points = list_edge_points(box, count, kCoordinates - 1);
+  EdgePoints points;
+  points.count = count;
+  if (box.width > kCoordinates || box.height > kCoordinates || !strips_pay(box, count)) {
+    points = list_edge_points(box, count, kCoordinates - 1);
+    if (!points.list) return SKEW_NO_WORKING_MEMORY;
+  }
   Search search;
-  if (!points.list || !search.prepare(points)) return SKEW_NO_WORKING_MEMORY;
+  if (!search.prepare(box, points)) return SKEW_NO_WORKING_MEMORY;
   search.run(&best);
   *result = best;
   return SKEW_OK;

@@ -30,9 +30,13 @@ class Search {
         reach_(reach_of(box)) {}
 
   bool prepare() {
-    points_ = list_edge_points(box_, count_edge_points(box_), 0xFFFF);
+    points_.count = count_edge_points(box_);
+    if (!strips_pay(box_, points_.count)) {
+      points_ = list_edge_points(box_, points_.count, 0xFFFF);
+      if (!points_.list) return false;
+    }
     products_ = allocate<uint16_t>(uint64_t{1} * main_length_ + cross_length_);
-    return points_.list && products_ && projector_.prepare(points_, axis_, reach_);
+    return products_ && projector_.prepare(box_, points_, axis_, reach_);
   }
 
   bool score_level(double* score) const {

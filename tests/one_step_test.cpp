@@ -68,7 +68,7 @@ TEST(OneStep, AgreesWithTheLiteralFormOnEveryShapeOfBox) {
                {189, 189, 1000}, {189, 100, 20}, {255, 256, 120}, {256, 255, 700}, {256, 256, 1000},
                {257, 20, 200},   {20, 300, 200}, {300, 270, 100}, {600, 513, 300}, {1024, 1024, 1000}};
   for (const auto& c : cases)
-    for (uint64_t seed = 1; seed <= 3; ++seed) {
+    for (uint64_t seed = 1; seed <= (c.width < 300 ? 3 : 1); ++seed) {
       SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", seed " << seed);
       const Map map = noise(c.width, c.height, c.chance, seed);
       EXPECT_EQ(map.reference(), map.angle());

@@ -1,0 +1,50 @@
+// Projections of a box with many edge points, counted whole vectors at a time instead of point by point.
+//
+// The box is kept as prefix counts: for every main coordinate, how many of its points have a smaller cross
+// coordinate. The cross coordinates that share a product with the sine form a run, and the prefix counts at
+// the ends of a run tell how many points lie in it, for a whole strip of main coordinates in one subtraction.
+// Turned by transposition into one list of run counts for each main coordinate, they are added to the
+// histogram at the place that the product with the cosine gives.
+#pragma once
+
+#include "core/simd.h"
+#include "skew/edge_box.h"
+
+namespace skew {
+
+// Prefix counts modulo 256, in strips of as many main coordinates as a vector has bytes. A strip holds, for
+// every cross coordinate from 0 up to and including their number, one byte for each of its main coordinates.
+struct Strips {
+  uint8_t* counts;  // the main length raised to a multiple of kWidestStrip, times the cross length + 1
+  int main_length, cross_length;
+};
+
+constexpr int kWidestStrip = 32;
+constexpr int kSpareBins = 64;  // a projection may touch, but does not change, so many bins past its last one
+
+#if SKEW_SIMD
+
+// fill_strips           counts the points of the box, whose sides are those of the strips
+// project_strips        adds every point to differences[sine - cosine] and to sums[sine + cosine]; either may
+// be
+//                       null. Any products will do, but only small steps from one to the next are fast.
+// sum_of_small_squares  for counts whose squares add up to less than 2^32
+#define SKEW_DECLARE_STRIPS                                                                           \
+  void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips);                              \
+  void project_strips(const Strips& strips, const Turn& turn, uint16_t* differences, uint16_t* sums); \
+  uint32_t sum_of_small_squares(const uint16_t* counts, int bins);
+
+inline namespace SKEW_LANES {
+SKEW_DECLARE_STRIPS
+}
+#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+namespace lanes32 {
+SKEW_DECLARE_STRIPS
+}
+#endif
+
+#undef SKEW_DECLARE_STRIPS
+
+#endif
+
+}  // namespace skew
