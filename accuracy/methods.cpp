@@ -1,0 +1,66 @@
+#include "accuracy/methods.h"
+
+#include <leptonica/allheaders.h>
+
+#include <chrono>
+#include <cstring>
+#include <stdexcept>
+
+#include "include/skewcorrection/page.h"
+#include "include/skewcorrection/skew.h"
+
+namespace accuracy {
+namespace {
+
+class Stopwatch {
+ public:
+  double milliseconds() const {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_).count();
+  }
+
+ private:
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
+Answer measure_page(const Gray& page) {
+  const Stopwatch watch;
+  SkewPage found;
+  if (skew_measure_page(page.pixels.data(), page.width, page.height, page.width, &found) != SKEW_OK)
+    throw std::runtime_error("skew_measure_page failed");
+  return {found.angle, found.verdict == SKEW_PAGE_TRUSTED, found.verdict == SKEW_PAGE_BLANK,
+          watch.milliseconds()};
+}
+
+Answer measure_driver(const Gray& page) {
+  const int stride = (page.width + 3) & ~3;
+  std::vector<uint8_t> padded(static_cast<size_t>(stride) * page.height);
+  for (int y = 0; y < page.height; ++y)
+    std::memcpy(&padded[static_cast<size_t>(y) * stride], page.row(y), static_cast<size_t>(page.width));
+  const Stopwatch watch;
+  double angle = 0;
+  if (SkewCorrection(padded.data(), page.width, page.height, &angle) != SKEW_OK)
+    throw std::runtime_error("SkewCorrection failed");
+  return {angle, true, false, watch.milliseconds()};
+}
+
+Answer measure_leptonica(const Gray& page) {
+  PIX* gray = pixCreate(page.width, page.height, 8);
+  for (int y = 0; y < page.height; ++y) {
+    l_uint32* line = pixGetData(gray) + static_cast<size_t>(y) * pixGetWpl(gray);
+    for (int x = 0; x < page.width; ++x) SET_DATA_BYTE(line, x, page.row(y)[x]);
+  }
+  const Stopwatch watch;
+  PIX* binary = pixAdaptThresholdToBinary(gray, nullptr, 1.0f);
+  float angle = 0, confidence = 0;
+  // Refuses empty pages; they count as "not sure".
+  const bool failed = binary == nullptr ||
+                      pixFindSkewSweepAndSearch(binary, &angle, &confidence, 2, 1, 45.0f, 1.0f, 0.01f) != 0;
+  const Answer answer = {failed ? 0.0 : -angle, !failed && confidence >= 3.0f, false, watch.milliseconds()};
+  pixDestroy(&binary);
+  pixDestroy(&gray);
+  return answer;
+}
+
+}  // namespace accuracy

@@ -1,0 +1,290 @@
+// The measurement from end to end: reduce, map the edges, ask the windows, refine on the whole page, judge.
+#include <cmath>
+
+#include "core/raster.h"
+#include "include/skewcorrection/page.h"
+#include "include/skewcorrection/skew.h"
+#include "page/area_average.h"
+#include "page/profile.h"
+#include "page/windows.h"
+
+namespace skew {
+namespace {
+
+constexpr int kSmallestSide = 32;
+constexpr int kLowThreshold = 60, kHighThreshold = 120, kHighCapPercent = 90;
+
+constexpr double kIndexDegrees = 0.2;
+constexpr int kSteps = 30;  // scores on each side of the coarse angle
+constexpr double kStepDegrees = 0.02;
+constexpr int kScores = 2 * kSteps + 1;
+constexpr int kShift = 3;  // angle indices from one coarse angle to the next, 0.6 degree
+constexpr int kMostShifts = 2;
+
+constexpr double kAgreement = 1.0;        // degrees between a window and the page
+constexpr int kLeastAgreeing = 3;         // windows
+constexpr double kLeastSharpness = 6.5;   // of the sharper direction, for a trusted answer
+constexpr double kHighSharpness = 13;     // enough where fewer windows agree
+constexpr double kNoisePeak = 2.5;        // noise on the pixel raster shows up to 2 at 0 degrees
+constexpr double kNoiseElsewhere = 1.3;   // and hardly more than 1 far from there; pictures show more
+constexpr int kElsewhere[] = {112, 158};  // angle indices from the peak
+constexpr double kDiagonal = 45, kDiagonalReach = 0.5;  // degrees
+
+struct Page {
+  ReducedSize size;
+  ptrdiff_t stride = 0;
+  Buffer<uint8_t> image, edges;
+  Windows windows;
+  PagePoints points;
+  Profiles profiles;
+};
+
+// What one coarse angle leads to.
+struct Peak {
+  double angle = 0;
+  double rows = 0, columns = 0;  // sharpness of the two directions there
+  double sharpness() const { return rows > columns ? rows : columns; }
+};
+
+struct Curve {
+  SkewPageScore scores[kScores];
+  int best = 0;
+};
+
+// The slope of a small angle in 1/65536, from the first terms of the tangent's series, so that it is the same
+// everywhere; the next term is below 10^-8.
+int slope_of(double degrees) {
+  const double radians = degrees * (3.14159265358979323846 / 180);
+  return static_cast<int>(std::floor((radians + radians * radians * radians / 3) * 65536 + 0.5));
+}
+
+void score_around(const Profiles& profiles, int coarse, Curve* curve) {
+  for (int i = 0; i < kScores; ++i) {
+    const double offset = (i - kSteps) * kStepDegrees;
+    const int slope = slope_of(offset);
+    curve->scores[i] = {coarse * kIndexDegrees + offset, profiles.rows(slope) * profiles.columns(slope)};
+    if (curve->scores[i].score > curve->scores[curve->best].score) curve->best = i;
+  }
+}
+
+// The centre of gravity of the upper half of the peak.
+double centre_of_peak(const Curve& curve) {
+  const SkewPageScore* scores = curve.scores;
+  double low = scores[0].score;
+  for (const SkewPageScore& s : curve.scores) low = s.score < low ? s.score : low;
+  const double floor = (low + scores[curve.best].score) / 2;
+  int first = curve.best, last = curve.best;
+  while (first > 0 && scores[first - 1].score > floor) --first;
+  while (last + 1 < kScores && scores[last + 1].score > floor) ++last;
+  double weight = 0, moment = 0;
+  for (int i = first; i <= last; ++i) {
+    weight += scores[i].score - floor;
+    moment += (scores[i].score - floor) * (i - curve.best);
+  }
+  return scores[curve.best].angle + (weight > 0 ? moment / weight * kStepDegrees : 0);
+}
+
+// Follows the score from a coarse angle to the top of its peak.
+Peak refine(Page* page, int coarse) {
+  Curve curve;
+  for (int shift = 0;; ++shift) {
+    page->profiles.turn(page->points, coarse);
+    curve.best = 0;
+    score_around(page->profiles, coarse, &curve);
+    const int beyond = curve.best == 0 ? -kShift : curve.best == kScores - 1 ? kShift : 0;
+    if (beyond == 0 || shift == kMostShifts) break;
+    coarse += beyond;
+    if (coarse > kQuarterTurn / 2) coarse -= kQuarterTurn;
+    if (coarse < -kQuarterTurn / 2) coarse += kQuarterTurn;
+  }
+  Peak peak;
+  peak.angle = centre_of_peak(curve);
+  const int slope = slope_of(peak.angle - coarse * kIndexDegrees);
+  peak.rows = page->profiles.rows(slope);
+  peak.columns = page->profiles.columns(slope);
+  return peak;
+}
+
+int agreeing(const Windows& windows, double angle) {
+  int count = 0;
+  for (int i = 0; i < windows.count; ++i)
+    count += quarter_distance(windows.list[i].result.degrees(), angle) <= kAgreement;
+  return count;
+}
+
+// The sharpest of the candidates; where the first already has most windows behind it, the first.
+Peak find_peak(Page* page) {
+  int candidates[kCandidates];
+  const int count = find_candidates(page->windows, candidates);
+  Peak best = refine(page, candidates[0]);
+  if (2 * agreeing(page->windows, best.angle) >= page->windows.count) return best;
+  for (int i = 1; i < count; ++i) {
+    const Peak peak = refine(page, candidates[i]);
+    if (peak.sharpness() > best.sharpness()) best = peak;
+  }
+  return best;
+}
+
+// Near the diagonals, rows and columns are told apart by their sharpness; further out there is no choice.
+double main_direction(const Peak& peak) {
+  const double magnitude = std::fabs(peak.angle);
+  const bool beyond = magnitude > kDiagonal + kDiagonalReach;
+  const bool other = beyond || (magnitude > kDiagonal - kDiagonalReach && peak.columns > peak.rows);
+  if (!other) return peak.angle;
+  return peak.angle > 0 ? peak.angle - 2 * kDiagonal : peak.angle + 2 * kDiagonal;
+}
+
+// True when the points lie like noise: no direction stands out, and away from the raster's own none at all.
+bool is_noise(Page* page, const Peak& peak) {
+  if (peak.sharpness() > kNoisePeak) return false;
+  double sum = 0;
+  for (const int offset : kElsewhere) {
+    const int index = static_cast<int>(peak.angle / kIndexDegrees) + offset;
+    page->profiles.turn(page->points, index > kQuarterTurn / 2 ? index - kQuarterTurn : index);
+    sum += page->profiles.rows(0) + page->profiles.columns(0);
+  }
+  return sum / 4 <= kNoiseElsewhere;
+}
+
+int verdict_of(const Peak& peak, const SkewPage& result) {
+  const int measured = result.windowsMeasured, agree = result.windowsAgreeing;
+  if (agree < kLeastAgreeing || peak.sharpness() < kLeastSharpness) return SKEW_PAGE_UNCERTAIN;
+  const bool trusted = 2 * agree >= measured || (4 * agree >= measured && peak.sharpness() >= kHighSharpness);
+  return trusted ? SKEW_PAGE_TRUSTED : SKEW_PAGE_UNCERTAIN;
+}
+
+void judge(const Page& page, const Peak& peak, SkewPage* result) {
+  result->angle = main_direction(peak);
+  double squares = 0;
+  for (int i = 0; i < page.windows.count; ++i) {
+    const double distance = quarter_distance(page.windows.list[i].result.degrees(), result->angle);
+    if (distance <= kAgreement) squares += distance * distance;
+  }
+  result->windowsAgreeing = agreeing(page.windows, result->angle);
+  if (result->windowsAgreeing > 0) result->spread = std::sqrt(squares / result->windowsAgreeing);
+  result->verdict = verdict_of(peak, *result);
+}
+
+bool map_edges(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page) {
+  page->size = reduced_size(width, height);
+  if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
+  page->stride = padded_stride(page->size.width);
+  page->image = allocate_zeroed<uint8_t>(page->size.height, page->stride);
+  page->edges = allocate<uint8_t>(page->size.height, page->stride);
+  if (!page->image || !page->edges) return false;
+  return area_average(pixels, width, stride, page->size, page->image.get(), page->stride) &&
+         CannyEdge(page->image.get(), page->edges.get(), kLowThreshold, kHighThreshold, page->size.width,
+                   page->size.height, kHighCapPercent) == 0;
+}
+
+// Everything but the details; false if there is no memory.
+bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page, SkewPage* result) {
+  *result = SkewPage();
+  result->verdict = SKEW_PAGE_BLANK;
+  if (!map_edges(pixels, width, height, stride, page)) return false;
+  if (!page->edges) return true;
+  const ReducedSize& size = page->size;
+  if (measure_windows(page->edges.get(), size.width, size.height, page->stride, &page->windows) != SKEW_OK)
+    return false;
+  if (page->windows.count == 0) return true;
+  page->points =
+      find_page_points(page->image.get(), page->edges.get(), size.width, size.height, page->stride);
+  if (!page->points.list || !page->profiles.prepare(size.width, size.height)) return false;
+  const Peak peak = find_peak(page);
+  result->windowsMeasured = page->windows.count;
+  if (!is_noise(page, peak)) judge(*page, peak, result);
+  return true;
+}
+
+bool valid(const uint8_t* pixels, int width, int height, ptrdiff_t stride) {
+  return pixels != nullptr && width >= 1 && height >= 1 && (stride >= width || stride <= -ptrdiff_t{width});
+}
+
+bool copy_windows(const Page& page, double angle, SkewPageDetails* details) {
+  Buffer<SkewPageWindow> windows = allocate<SkewPageWindow>(page.windows.count);
+  if (!windows) return false;
+  for (int i = 0; i < page.windows.count; ++i) {
+    const ImgROI& box = page.windows.list[i].box;
+    const OneStepResult& found = page.windows.list[i].result;
+    windows[i] = {box.left,
+                  box.top,
+                  box.right,
+                  box.bottom,
+                  static_cast<int>(found.points),
+                  quarter_distance(found.degrees(), angle) <= kAgreement,
+                  found.degrees()};
+  }
+  details->windowCount = page.windows.count;
+  details->pWindows = windows.release();
+  return true;
+}
+
+// The scores of the whole range: turned afresh every degree, five steps of 0.2 degree each.
+bool score_range(Page* page, SkewPageDetails* details) {
+  constexpr int kPerTurn = 5, kTurns = kQuarterTurn / kPerTurn;
+  Buffer<SkewPageScore> scores = allocate<SkewPageScore>(kQuarterTurn);
+  if (!scores) return false;
+  for (int i = 0; i < kTurns; ++i) {
+    const int coarse = i * kPerTurn + kPerTurn / 2 - kQuarterTurn / 2;
+    page->profiles.turn(page->points, coarse);
+    for (int k = 0; k < kPerTurn; ++k) {
+      const double offset = (k - kPerTurn / 2) * kIndexDegrees;
+      const int slope = slope_of(offset);
+      scores[i * kPerTurn + k] = {coarse * kIndexDegrees + offset,
+                                  page->profiles.rows(slope) * page->profiles.columns(slope)};
+    }
+  }
+  details->scoreCount = kQuarterTurn;
+  details->pScores = scores.release();
+  return true;
+}
+
+bool hand_out(Page* page, const SkewPage& result, SkewPageDetails* details) {
+  if (!page->edges) return true;
+  if (page->windows.count > 0 && (!copy_windows(*page, result.angle, details) || !score_range(page, details)))
+    return false;
+  details->width = page->size.width;
+  details->height = page->size.height;
+  details->stride = page->stride;
+  details->scale = page->size.scale();
+  details->pWorking = page->image.release();
+  details->pEdges = page->edges.release();
+  return true;
+}
+
+}  // namespace
+}  // namespace skew
+
+int skew_measure_page(const uint8_t* pGray, int width, int height, ptrdiff_t stride, SkewPage* pPage) {
+  if (!skew::valid(pGray, width, height, stride) || pPage == nullptr) return SKEW_INVALID_ARGUMENT;
+  skew::Page page;
+  SkewPage result;
+  if (!skew::measure(pGray, width, height, stride, &page, &result)) return SKEW_OUT_OF_MEMORY;
+  *pPage = result;
+  return SKEW_OK;
+}
+
+int skew_measure_page_details(const uint8_t* pGray, int width, int height, ptrdiff_t stride, SkewPage* pPage,
+                              SkewPageDetails* pDetails) {
+  if (pDetails == nullptr) return SKEW_INVALID_ARGUMENT;
+  *pDetails = SkewPageDetails();
+  if (!skew::valid(pGray, width, height, stride) || pPage == nullptr) return SKEW_INVALID_ARGUMENT;
+  skew::Page page;
+  SkewPage result;
+  if (!skew::measure(pGray, width, height, stride, &page, &result) ||
+      !skew::hand_out(&page, result, pDetails)) {
+    skew_free_page_details(pDetails);
+    return SKEW_OUT_OF_MEMORY;
+  }
+  *pPage = result;
+  return SKEW_OK;
+}
+
+void skew_free_page_details(SkewPageDetails* pDetails) {
+  if (pDetails == nullptr) return;
+  std::free(pDetails->pWorking);
+  std::free(pDetails->pEdges);
+  std::free(pDetails->pWindows);
+  std::free(pDetails->pScores);
+  *pDetails = SkewPageDetails();
+}
