@@ -1,9 +1,9 @@
 // The few vector lanes that the fast forms are written in.
 //
-// The types are the compilers' generic vectors: plain + - * & | ^ ~ << >> and comparisons work on them lane by
-// lane, with the same meaning on every processor. This file adds what the operators cannot say. A vector holds
-// kVectorBytes bytes: 16 on SSE2 and NEON, 32 where a source is compiled a second time for AVX2. Comparisons
-// give all ones or all zeros in each lane.
+// The types are the compilers' generic vectors: plain + - * & | ^ ~ << >> and comparisons work on them lane
+// by lane, with the same meaning on every processor. This file adds what the operators cannot say. A vector
+// holds kVectorBytes bytes: 16 on SSE2 and NEON, 32 where a source is compiled a second time for AVX2.
+// Comparisons give all ones or all zeros in each lane.
 //
 // Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
 // stands in for one that must run everywhere. A kernel source that is compiled twice puts its own functions
@@ -149,6 +149,68 @@ inline void store_halves(uint8_t* first, uint8_t* second, U8 v) {
 template <class M, class V>
 inline V select(M mask, V a, V b) {
   return (V)(((V)mask & a) | (~(V)mask & b));
+}
+
+// The larger of two values, lane by lane.
+inline I16 maximum(I16 a, I16 b) {
+#if defined(__ARM_NEON)
+  return (I16)vmaxq_s16((int16x8_t)a, (int16x8_t)b);
+#elif defined(SKEW_AVX2_BUILD)
+  return (I16)_mm256_max_epi16((__m256i)a, (__m256i)b);
+#else
+  return (I16)_mm_max_epi16((__m128i)a, (__m128i)b);
+#endif
+}
+
+// v * kFactor / 2^16, rounded down.
+template <int kFactor>
+inline I16 multiply_high(I16 v) {
+  static_assert(kFactor >= 0 && kFactor < 32768 && kFactor % 2 == 0, "NEON doubles the product");
+#if defined(__ARM_NEON)
+  return (I16)vqdmulhq_n_s16((int16x8_t)v, kFactor / 2);
+#elif defined(SKEW_AVX2_BUILD)
+  return (I16)_mm256_mulhi_epi16((__m256i)v, _mm256_set1_epi16(kFactor));
+#else
+  return (I16)_mm_mulhi_epi16((__m128i)v, _mm_set1_epi16(kFactor));
+#endif
+}
+
+// All ones in each lane whose bit is set, the lowest bit for the first lane.
+inline U8 expand_bits(uint64_t bits) {
+#if defined(__ARM_NEON)
+  const U8 weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  const uint8x8_t low = vdup_n_u8(static_cast<uint8_t>(bits)),
+                  high = vdup_n_u8(static_cast<uint8_t>(bits >> 8));
+  return (U8)vtstq_u8(vcombine_u8(low, high), (uint8x16_t)weights);
+#elif defined(SKEW_AVX2_BUILD)
+  const __m256i bytes =
+      _mm256_shuffle_epi8(_mm256_set1_epi32(static_cast<int>(bits)),
+                          _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303));
+  const __m256i weights = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201));
+  return (U8)_mm256_cmpeq_epi8(_mm256_and_si256(bytes, weights), weights);
+#else
+  __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(bits));
+  bytes = _mm_unpacklo_epi8(bytes, bytes);
+  bytes = _mm_unpacklo_epi16(bytes, bytes);
+  bytes = _mm_unpacklo_epi32(bytes, bytes);
+  const __m128i weights = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+  return (U8)_mm_cmpeq_epi8(_mm_and_si128(bytes, weights), weights);
+#endif
+}
+
+// One bit for each lane of two masks, the lowest for the first lane of `first`.
+inline uint32_t mask_bits(I16 first, I16 second) {
+#if defined(__ARM_NEON)
+  const U8 weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  const uint8x16_t mask = vcombine_u8(vmovn_u16((uint16x8_t)first), vmovn_u16((uint16x8_t)second));
+  const uint64x2_t sums = vpaddlq_u32(vpaddlq_u16(vpaddlq_u8(vandq_u8(mask, (uint8x16_t)weights))));
+  return static_cast<uint32_t>(vgetq_lane_u64(sums, 0) | vgetq_lane_u64(sums, 1) << 8);
+#elif defined(SKEW_AVX2_BUILD)
+  const __m256i packed = _mm256_packs_epi16((__m256i)first, (__m256i)second);
+  return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_permute4x64_epi64(packed, 0xD8)));
+#else
+  return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16((__m128i)first, (__m128i)second)));
+#endif
 }
 
 }  // namespace SKEW_LANES

@@ -16,7 +16,7 @@ int mark(const GradientPass& pass) {
 #if defined(SKEW_AVX2_FORMS)
   if (has_avx2()) return lanes32::mark_candidates(pass);
 #endif
-  return lanes16::mark_candidates(pass);
+  return mark_candidates(pass);
 }
 
 int limited(int64_t threshold) {
@@ -48,7 +48,11 @@ void fill_border_columns(uint64_t* row, int width) {
 }
 
 void write_row(const uint64_t* bits, ptrdiff_t stride, uint8_t* out) {
-  for (ptrdiff_t x = 0; x < stride; ++x) out[x] = static_cast<uint8_t>(-((bits[x >> 6] >> (x & 63)) & 1));
+  ptrdiff_t x = 0;
+#if SKEW_SIMD
+  for (; x + kLanes8 <= stride; x += kLanes8) store(out + x, expand_bits(bits[x >> 6] >> (x & 63)));
+#endif
+  for (; x < stride; ++x) out[x] = static_cast<uint8_t>(-((bits[x >> 6] >> (x & 63)) & 1));
 }
 
 void write_map(const EdgeBits& bits, int width, int height, uint8_t* out) {
@@ -71,16 +75,17 @@ int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowThreshold, 
   if (pSrc == nullptr || pDst == nullptr || width < 2 || height < 2) return kFailed;
   const ptrdiff_t stride = padded_stride(width);
   if (stride < width || int64_t{stride} * height > INT32_MAX) return kFailed;
-  const size_t words = bit_words(width);
-  const Buffer<uint64_t> bits = allocate_zeroed<uint64_t>(words * 2, height);
-  const Buffer<int16_t> work = allocate_zeroed<int16_t>(gradient_work_size(width));
+  const ptrdiff_t words = (ptrdiff_t{width} + 63) / 64, work_row = 64 * words + 2 * kWorkMargin;
+  const ptrdiff_t plane = words * height + 2;  // with a word on both sides
+  const Buffer<uint64_t> bits = allocate_zeroed<uint64_t>(plane, 2);
+  const Buffer<int16_t> work = allocate_zeroed<int16_t>(work_row, kWorkRows);
   const Buffer<uint32_t> links = allocate_zeroed<uint32_t>(words, height);
   if (!bits || !work || !links) return kFailed;
 
   const bool swapped = highThreshold < lowThreshold;
   const int low = swapped ? highThreshold : lowThreshold, high = swapped ? lowThreshold : highThreshold;
-  const EdgeBits edge_bits = {bits.get(), bits.get() + words * height, words};
-  GradientPass pass = {pSrc, stride, width, height, limited(low), 0, work.get(), edge_bits};
+  const EdgeBits edge_bits = {bits.get() + 1, bits.get() + plane + 1, words};
+  GradientPass pass = {pSrc, stride, width, height, limited(low), 0, work.get(), work_row, edge_bits};
   mark_with_cap(pass, high, highCapPercent);
   spread_edges(edge_bits, height, links.get());
   write_map(edge_bits, width, height, pDst);

@@ -13,27 +13,27 @@ constexpr int kLargestGradient = 2040;
 
 // A bit for each pixel, `words` words a row; bit b of word i is column 64 * i + b. Columns and rows on the
 // border and beyond the width have no bits, so that nothing ever spreads from one row's end to the next row.
+// One word before the first row and one behind the last may be read too, and have no bits either.
 struct EdgeBits {
   uint64_t* candidates;  // pixels that passed suppression
   uint64_t* edges;       // the strong ones among them; after the hysteresis all that are connected to one
-  size_t words;          // of a row
+  ptrdiff_t words;       // of a row
 };
 
-constexpr size_t bit_words(int width) { return (static_cast<size_t>(width) + 63) / 64; }
-
+// What one pass over the raster works on. This header holds no functions of its own: sources that are
+// compiled for more than one processor include it.
 struct GradientPass {
   const uint8_t* source;
   ptrdiff_t stride;
-  int width, height;  // 2 or more
-  int low, high;      // 0 ... kLargestGradient + 1
-  int16_t* work;      // gradient_work_size(width) zeros
-  EdgeBits bits;      // zeros
+  int width, height;   // 2 or more
+  int low, high;       // 0 ... kLargestGradient + 1
+  int16_t* work;       // kWorkRows rows, zeros
+  ptrdiff_t work_row;  // of 64 * words magnitudes or sectors with kWorkMargin more on both sides
+  EdgeBits bits;       // zeros
 };
 
-// Room for three rows of magnitudes and two of sectors, each whole words long with a margin on both sides.
 constexpr int kWorkMargin = 16;
-constexpr size_t work_row_size(int width) { return 64 * bit_words(width) + 2 * kWorkMargin; }
-constexpr size_t gradient_work_size(int width) { return 5 * work_row_size(width); }
+constexpr int kWorkRows = 5;  // three of magnitudes, two of sectors
 
 // Marks the local maxima of the gradient above the low threshold as candidates, and those above the high
 // threshold as edges too. Returns the largest magnitude that is not below the low threshold, or 0.
@@ -46,8 +46,8 @@ int mark_candidates(const GradientPass& pass);
 }
 #endif
 
-// Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds one zero
-// for each of the `height` rows' words; there are fewer than 2^32 - 1.
+// Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds a zero for
+// each word of the `height` rows; there are fewer than 2^32 - 1.
 void spread_edges(const EdgeBits& bits, int height, uint32_t* links);
 
 }  // namespace skew

@@ -1,5 +1,6 @@
-// Hysteresis on bits: a word's edges spread along its row and into the words around it at once. A word whose
-// edges grew is looked at again, so the work follows the edges, however they wind.
+// Hysteresis on bits: a word takes over the edges that reach it from the eight words around it and along its
+// own row, all columns at once. One sweep down and one up settle nearly everything; what winds on is followed
+// word by word, so the work stays in proportion to the edges.
 #include "skew/edge_map.h"
 
 namespace skew {
@@ -7,29 +8,6 @@ namespace {
 
 constexpr uint32_t kLast =
     UINT32_MAX;  // ends the chain; 0 means not in it: word 0 lies in row 0, without bits
-
-struct Spreading {
-  uint64_t* edges;
-  const uint64_t* candidates;
-  uint32_t* links;  // the chain of words to look at again
-  uint32_t first;
-
-  void grow(size_t word, uint64_t reached) {
-    const uint64_t gained = reached & candidates[word] & ~edges[word];
-    if (gained == 0) return;
-    edges[word] |= gained;
-    if (links[word] != 0) return;
-    links[word] = first;
-    first = static_cast<uint32_t>(word);
-  }
-
-  // The word and those above and below it.
-  void grow_column(size_t word, size_t words, uint64_t reached) {
-    grow(word - words, reached);
-    grow(word, reached);
-    grow(word + words, reached);
-  }
-};
 
 // All candidates in the runs of candidates that hold an edge.
 uint64_t fill_runs(uint64_t edges, uint64_t candidates) {
@@ -42,34 +20,65 @@ uint64_t fill_runs(uint64_t edges, uint64_t candidates) {
   return edges;
 }
 
-void visit(Spreading& spreading, size_t word, size_t words) {
-  uint64_t edges = spreading.edges[word];
-  if ((((edges << 1) | (edges >> 1)) & spreading.candidates[word] & ~edges) != 0) {
-    edges = fill_runs(edges, spreading.candidates[word]);
-    spreading.edges[word] = edges;
+struct Spreading {
+  uint64_t* edges;
+  const uint64_t* candidates;
+  ptrdiff_t words;  // of a row
+  uint32_t* links;  // the chain of words to look at again
+  uint32_t first;
+
+  uint64_t undecided(ptrdiff_t word) const { return candidates[word] & ~edges[word]; }
+
+  // The edges of three rows' words, each column's together.
+  uint64_t stacked(ptrdiff_t word) const { return edges[word - words] | edges[word] | edges[word + words]; }
+
+  // Lets the edges around a word reach its candidates. True if it gained any.
+  bool reach(ptrdiff_t word) const {
+    const uint64_t open = undecided(word);
+    if (open == 0) return false;
+    const uint64_t here = stacked(word), before = stacked(word - 1), behind = stacked(word + 1);
+    const uint64_t gained = (here | here << 1 | here >> 1 | before >> 63 | behind << 63) & open;
+    if (gained == 0) return false;
+    edges[word] = fill_runs(edges[word] | gained, candidates[word]);
+    return true;
   }
-  const uint64_t reached = edges | (edges << 1) | (edges >> 1);
-  spreading.grow(word - words, reached);
-  spreading.grow(word + words, reached);
-  if ((edges >> 63) != 0) spreading.grow_column(word + 1, words, 1);
-  if ((edges & 1) != 0) spreading.grow_column(word - 1, words, uint64_t{1} << 63);
-}
+
+  void chain(ptrdiff_t word) {
+    if (undecided(word) == 0 || links[word] != 0) return;
+    links[word] = first;
+    first = static_cast<uint32_t>(word);
+  }
+
+  void chain_neighbours(ptrdiff_t word) {
+    for (ptrdiff_t row = word - words; row <= word + words; row += words) {
+      chain(row - 1);
+      chain(row);
+      chain(row + 1);
+    }
+  }
+
+  // Follows the edges from one word until nothing changes.
+  void follow(ptrdiff_t word) {
+    if (!reach(word)) return;
+    chain_neighbours(word);
+    while (first != kLast) {
+      const ptrdiff_t next = first;
+      first = links[next];
+      links[next] = 0;
+      if (reach(next)) chain_neighbours(next);
+    }
+  }
+};
 
 }  // namespace
 
 void spread_edges(const EdgeBits& bits, int height, uint32_t* links) {
-  Spreading spreading = {bits.edges, bits.candidates, links, kLast};
-  const size_t end = bits.words * (height - 1);
-  for (size_t seed = bits.words; seed < end; ++seed) {
-    if (bits.edges[seed] == 0) continue;
-    visit(spreading, seed, bits.words);
-    while (spreading.first != kLast) {
-      const size_t word = spreading.first;
-      spreading.first = links[word];
-      links[word] = 0;
-      visit(spreading, word, bits.words);
-    }
-  }
+  if (height < 3) return;
+  Spreading spreading = {bits.edges, bits.candidates, bits.words, links, kLast};
+  const ptrdiff_t begin = bits.words, end = bits.words * (height - 1);
+  for (ptrdiff_t word = begin; word < end; ++word) spreading.reach(word);
+  for (ptrdiff_t word = end; word-- > begin;) spreading.reach(word);
+  for (ptrdiff_t word = begin; word < end; ++word) spreading.follow(word);
 }
 
 }  // namespace skew
