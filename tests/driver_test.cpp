@@ -6,6 +6,7 @@
 
 #include "core/raster.h"
 #include "include/skewcorrection/skew.h"
+#include "reference/driver.h"
 #include "skew/content_box.h"
 #include "skew/driver.h"
 #include "tests/support/allocations.h"
@@ -172,6 +173,22 @@ TEST(Driver, EveryAllocationMayFail) {
     if (seen.empty() || seen.back() != result) seen.push_back(result);
   }
   EXPECT_EQ(order, seen) << "reduction and map, edge detection, counts, search";
+}
+
+TEST(Driver, AgreesWithItsLiteralForm) {
+  const struct {
+    int width, height, padding;
+    double degrees;
+  } cases[] = {{32, 32, 0, 3},    {57, 41, 3, -12},   {190, 400, 2, 30},   {191, 1000, 1, 0.7},
+               {333, 250, 0, -7}, {640, 480, 0, 4.4}, {801, 1111, 5, -41}, {1500, 200, 4, 2}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.width << 'x' << c.height);
+    const ptrdiff_t stride = c.width + c.padding;
+    const Bytes page = lined_page(c.width, c.height, stride, c.degrees);
+    double angle = 99;
+    ASSERT_EQ(SKEW_OK, measure_skew(page.data(), c.width, c.height, stride, &angle));
+    EXPECT_EQ(reference::skew_of(page.data(), c.width, c.height, stride), angle);
+  }
 }
 
 }  // namespace skew
