@@ -1,0 +1,127 @@
+#include "cli/lines.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+namespace {
+
+const char* action_word(Action action, bool dry_run) {
+  switch (action) {
+    case Action::kMeasured:
+      return "measured";
+    case Action::kStraightened:
+      return dry_run ? "would be straightened" : "straightened";
+    case Action::kLeftAlone:
+      return dry_run ? "would be left alone" : "left alone";
+    case Action::kSkipped:
+      return "skipped";
+    case Action::kFailed:
+      break;
+  }
+  return "failed";
+}
+
+double rounded(double value, double steps) { return std::round(value * steps) / steps + 0.0; }
+
+}  // namespace
+
+std::string page_name(const PageResult& result) {
+  return result.pages > 1 ? result.file + ", page " + std::to_string(result.page) : result.file;
+}
+
+std::string in_words(const Measurement& m) {
+  char text[100];
+  if (m.verdict == Verdict::kBlank)
+    std::snprintf(text, sizeof text, "no content to measure");
+  else if (m.verdict == Verdict::kUnchecked)
+    std::snprintf(text, sizeof text, "%.2f degrees", rounded(m.angle, 100));
+  else
+    std::snprintf(text, sizeof text, "%.2f degrees, %s", rounded(m.angle, 100), verdict_word(m.verdict));
+  return text;
+}
+
+std::string text_line(const PageResult& result, const Options& options) {
+  std::string line = page_name(result) + ": ";
+  if (result.measured) line += in_words(result.measurement);
+  if (result.action != Action::kMeasured) {
+    if (result.measured) line += "; ";
+    line += action_word(result.action, options.dry_run);
+    if (!result.why.empty()) line += " (" + result.why + ")";
+    if (!result.output.empty()) line += ", " + result.output;
+  }
+  return line;
+}
+
+std::string json_line(const PageResult& result, const Options& options) {
+  nlohmann::ordered_json json;
+  json["file"] = result.file;
+  json["page"] = result.page;
+  json["pages"] = result.pages;
+  if (result.width > 0) {
+    json["width"] = result.width;
+    json["height"] = result.height;
+    if (result.dpi > 0) json["dpi"] = rounded(result.dpi, 100);
+  }
+  if (result.measured) {
+    const Measurement& m = result.measurement;
+    json["angle"] = rounded(m.angle, 1000);
+    json["verdict"] = verdict_word(m.verdict);
+    if (m.verdict != Verdict::kUnchecked) {
+      json["windows"] = m.windows;
+      json["agreeing"] = m.agreeing;
+      json["spread"] = rounded(m.spread, 1000);
+    }
+  }
+  json["action"] = action_word(result.action, options.dry_run);
+  if (result.action == Action::kFailed)
+    json["error"] = result.why;
+  else if (!result.why.empty())
+    json["why"] = result.why;
+  if (!result.output.empty()) json["output"] = result.output;
+  // File names need not be UTF-8; JSON must be.
+  return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+Reporter::Reporter(const Options& options) : options_(options), watched_(!options.quiet && isatty(2)) {}
+
+void Reporter::show_progress(size_t done, size_t total, const std::string& name) {
+  if (!watched_) return;
+  winsize window{};
+  const size_t columns = ioctl(2, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
+  std::string text = "[" + std::to_string(done) + "/" + std::to_string(total) + "] " + name;
+  if (text.size() >= columns) text.resize(columns - 1);
+  std::fprintf(stderr, "\r\033[K%s", text.c_str());
+  std::fflush(stderr);
+  pending_ = true;
+}
+
+void Reporter::clear_progress() {
+  if (!pending_) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+  pending_ = false;
+}
+
+void Reporter::show(const PageResult& result) {
+  clear_progress();
+  const bool failed = result.action == Action::kFailed;
+  if (failed) {
+    failed_ = true;
+    std::fprintf(stderr, "skewcorrect: %s %s\n", page_name(result).c_str(), result.why.c_str());
+  }
+  if (options_.quiet) return;
+  FILE* out = options_.output == "-" ? stderr : stdout;  // standard output then carries the image
+  if (options_.json)
+    std::fprintf(out, "%s\n", json_line(result, options_).c_str());
+  else if (!failed)
+    std::fprintf(out, "%s\n", text_line(result, options_).c_str());
+  std::fflush(out);
+}
+
+}  // namespace tool

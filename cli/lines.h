@@ -1,0 +1,50 @@
+// What is said about each page: a line of text or a line of JSON on standard output, an error on standard
+// error, and progress where somebody watches.
+#pragma once
+
+#include <string>
+
+#include "cli/measure.h"
+#include "cli/options.h"
+
+namespace tool {
+
+enum class Action { kMeasured, kStraightened, kLeftAlone, kSkipped, kFailed };
+
+struct PageResult {
+  std::string file;
+  int page = 1, pages = 1;  // page counts from 1
+  bool measured = false;
+  int width = 0, height = 0;  // pixels, upright
+  double dpi = 0.0;           // 0 if the file does not tell
+  Measurement measurement;
+  Action action = Action::kFailed;
+  std::string why;     // left alone, skipped or failed: the reason
+  std::string output;  // the file written
+};
+
+// "scan.tif" or "scan.tif, page 2".
+std::string page_name(const PageResult& result);
+
+std::string text_line(const PageResult& result, const Options& options);
+std::string json_line(const PageResult& result, const Options& options);
+
+// The measurement in a few words: "4.28 degrees, trusted".
+std::string in_words(const Measurement& measurement);
+
+class Reporter {
+ public:
+  explicit Reporter(const Options& options);
+  void show_progress(size_t done, size_t total, const std::string& name);
+  void show(const PageResult& result);
+  void clear_progress();
+  bool failed() const { return failed_; }
+
+ private:
+  const Options& options_;
+  bool watched_;  // standard error is a terminal
+  bool pending_ = false;
+  bool failed_ = false;
+};
+
+}  // namespace tool

@@ -1,0 +1,155 @@
+// skewcorrect: measures and straightens page images. This file only reads the command line; run.h does the
+// work.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <thread>
+
+#include "cli/run.h"
+
+namespace {
+
+using tool::Command;
+using tool::Options;
+
+constexpr const char* kAbout =
+    "Measures the tilt of the text lines on page images and straightens them.\n"
+    "A positive angle means: lines fall to the right as displayed; the page is turned counter-clockwise by "
+    "it.\n";
+
+constexpr const char* kExitCodes =
+    "\nExit codes: 0 every page was dealt with (also when it was left alone), 1 a page failed, 2 wrong "
+    "usage,\n"
+    "128 + n ended by signal n.";
+
+// Parsed as text, since they need checks of their own.
+struct Words {
+  std::string background = "auto", canvas = "keep";
+};
+
+bool parse_colour(const std::string& text, tool::Background& background) {
+  background.sampled = text == "auto";
+  const unsigned int grey = text == "black" ? 0 : 255;
+  unsigned int red = grey, green = grey, blue = grey;
+  if (text[0] == '#') {
+    if (text.size() != 7 || text.find_first_not_of("0123456789abcdefABCDEF", 1) != std::string::npos)
+      return false;
+    std::sscanf(text.c_str(), "#%2x%2x%2x", &red, &green, &blue);
+  } else if (!background.sampled && text != "white" && text != "black") {
+    return false;
+  }
+  const unsigned int rgb[] = {red, green, blue};
+  std::copy(rgb, rgb + 3, background.rgb);
+  return true;
+}
+
+void add_common(CLI::App* command, Options& o) {
+  command->add_option("INPUT", o.inputs, "Image files, folders of them, or - for standard input")->required();
+  command->add_flag("-r,--recursive", o.recursive, "Look for images in the folders below as well");
+  command->add_flag("--json", o.json, "One JSON object a page instead of a line of text");
+  command->add_flag("-q,--quiet", o.quiet, "Print errors only");
+  command->add_option("-j,--jobs", o.jobs, "Pages worked on at once (default: one for each processor)")
+      ->check(CLI::Range(1, 256));
+  command->add_option("--dpi", o.dpi, "Resolution at which PDF pages are drawn (default 300)")
+      ->check(CLI::Range(18.0, 2400.0));
+  command
+      ->add_option("--max-pixels", o.max_pixels, "Refuse larger images; 0 for no limit (default 200000000)")
+      ->check(CLI::NonNegativeNumber);
+  command->add_flag("--tolerant", o.tolerant, "Take damaged files as far as they can be decoded");
+}
+
+void add_output(CLI::App* command, Options& o, Words& words) {
+  command->add_option("-o,--output", o.output, "The file to write for a single input; - is standard output");
+  command->add_option("-d,--output-dir", o.output_dir, "The folder to write to; it is made if it is missing");
+  command->add_flag("--in-place", o.in_place, "Replace the sources themselves");
+  command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
+  command->add_flag("--resume", o.resume, "Skip pages whose result exists");
+  command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
+  command->add_option(
+      "--background", words.background,
+      "Colour of what comes into view: auto (sampled from the page's border, default), white, "
+      "black or #RRGGBB");
+  command
+      ->add_option("--canvas", words.canvas, "keep the size (default) or expand it so that no corner is cut")
+      ->check(CLI::IsMember({"keep", "expand"}));
+  command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
+      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}));
+  command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
+      ->check(CLI::Range(1, 100));
+}
+
+// The rules that concern several options at once. Returns what is wrong, or an empty text.
+std::string settle(Options& o, const Words& words) {
+  o.canvas = words.canvas == "expand" ? tool::Canvas::kExpand : tool::Canvas::kKeep;
+  if (!parse_colour(words.background, o.background))
+    return "--background: \"" + words.background + "\" is neither auto, white, black nor #RRGGBB";
+  if (o.jobs == 0) o.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+  if (o.command != Command::kDeskew && o.command != Command::kRotate) return "";
+
+  const int targets = !o.output.empty() + !o.output_dir.empty() + o.in_place;
+  if (targets > 1) return "give one of --output, --output-dir and --in-place";
+  if (targets == 0 && o.inputs.size() == 2) {
+    o.output = o.inputs.back();
+    o.inputs.pop_back();
+  } else if (targets == 0 && !o.dry_run) {
+    return "where to? Give IN OUT, or --output, --output-dir or --in-place";
+  }
+  if (!o.output.empty() && o.inputs.size() > 1) return "--output takes a single input; use --output-dir";
+  if (o.in_place && o.resume) return "--resume needs results of their own: it does not go with --in-place";
+  if (o.fast && o.canvas == tool::Canvas::kExpand) return "--fast keeps the canvas: leave out one of the two";
+  const uint8_t* rgb = o.background.rgb;
+  if (o.fast && (rgb[0] != rgb[1] || rgb[1] != rgb[2])) return "--fast takes a gray background only";
+  return "";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  options.jobs = 0;
+  Words words;
+  CLI::App app(kAbout, "skewcorrect");
+  app.footer(kExitCodes);
+  app.set_version_flag("--version", "skewcorrect " SKEW_VERSION);
+  app.require_subcommand(1);
+
+  CLI::App* measure = app.add_subcommand("measure", "Print the angle of every page; no image is written");
+  CLI::App* deskew = app.add_subcommand("deskew", "Measure every page and write it straightened");
+  CLI::App* rotate = app.add_subcommand("rotate", "Straighten by an angle measured elsewhere");
+  for (CLI::App* command : {measure, deskew, rotate}) add_common(command, options);
+  for (CLI::App* command : {deskew, rotate}) add_output(command, options, words);
+  for (CLI::App* command : {measure, deskew, rotate})
+    command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
+  deskew->add_flag("--force", options.force, "Straighten also where the angle is not trusted");
+  deskew->add_option("--min-angle", options.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
+      ->check(CLI::Range(0.0, 45.0));
+  deskew->add_option("--max-angle", options.max_angle, "Leave larger tilts alone, degrees (default 45)")
+      ->check(CLI::Range(0.0, 90.0));
+  rotate
+      ->add_option("--angle", options.angle,
+                   "The tilt to undo, -180 to 180 degrees; positive: lines fall to the right")
+      ->required()
+      ->check(CLI::Range(-180.0, 180.0));
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
+  options.command = measure->parsed()  ? Command::kMeasure
+                    : deskew->parsed() ? Command::kDeskew
+                                       : Command::kRotate;
+  const std::string wrong = settle(options, words);
+  if (!wrong.empty()) {
+    std::fprintf(stderr, "skewcorrect: %s\n", wrong.c_str());
+    return 2;
+  }
+  try {
+    return tool::run(options);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "skewcorrect: %s\n", error.what());
+    return 1;
+  }
+}

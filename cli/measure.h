@@ -1,0 +1,27 @@
+// From a page's pixels to its angle.
+#pragma once
+
+#include <string>
+
+#include "cli/raster.h"
+
+namespace tool {
+
+enum class Verdict { kTrusted, kUncertain, kBlank, kUnchecked };
+
+struct Measurement {
+  double angle = 0.0;  // degrees, positive where lines fall to the right
+  Verdict verdict = Verdict::kUnchecked;
+  int windows = 0, agreeing = 0;
+  double spread = 0.0;  // of the agreeing windows, degrees
+};
+
+const char* verdict_word(Verdict verdict);
+
+// Measures a page; fast asks for the angle of the driver alone, in steps of 0.2 degree and without a verdict.
+Measurement measure(const Raster& page, bool fast);
+
+// The page in gray, rows padded to a multiple of 4 bytes.
+std::vector<uint8_t> padded_gray(const Raster& page);
+
+}  // namespace tool

@@ -1,0 +1,49 @@
+// What the command line asks for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+enum class Command { kMeasure, kDeskew, kRotate, kReport };
+enum class Canvas { kKeep, kExpand };
+
+struct Background {
+  bool sampled = true;  // take the colour from the page's own border
+  uint8_t rgb[3] = {255, 255, 255};
+};
+
+struct Options {
+  Command command = Command::kMeasure;
+  std::vector<std::string> inputs;
+  std::string output;      // one file, "-" is standard output
+  std::string output_dir;  // a folder for many
+  bool in_place = false;
+  bool overwrite = false;
+  bool resume = false;  // skip pages whose output stands already
+  bool recursive = false;
+  bool dry_run = false;
+
+  double angle = 0.0;  // rotate: the angle to undo, degrees
+  double min_angle = 0.05;
+  double max_angle = 45.0;
+  bool force = false;  // straighten although the angle is not trusted
+  bool fast = false;
+  Background background;
+  Canvas canvas = Canvas::kKeep;
+
+  std::string format;  // extension to write, empty: that of the source
+  int quality = 92;
+  double dpi = 300.0;  // at which PDF pages are drawn
+  int64_t max_pixels = 200'000'000;
+  bool tolerant = false;
+
+  bool json = false;
+  bool quiet = false;
+  int jobs = 1;
+};
+
+}  // namespace tool

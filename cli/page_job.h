@@ -1,0 +1,67 @@
+// One input file on its way through the tool: its pages, one after another or several at once, and the file
+// or files written for it.
+#pragma once
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "cli/image_read.h"
+#include "cli/inputs.h"
+#include "cli/lines.h"
+#include "cli/options.h"
+#include "cli/temp_file.h"
+#include "cli/tiff_file.h"
+
+namespace tool {
+
+class FileJob {
+ public:
+  FileJob(const Input& input, const Options& options);
+
+  int pages() const { return source_.pages; }
+  const SourceFile& source() const { return source_; }
+
+  // Where this file's result goes, empty when each page has its own or nothing is written.
+  const std::string& output() const { return output_; }
+
+  // Does everything for one page (from 0). Pages may run at the same time on several threads, if each page is
+  // started after the one before it: they are written in order. Never throws.
+  PageResult run_page(int page);
+
+ private:
+  void plan_output();
+  void check_target(const std::string& path) const;
+  std::string output_of_page(int page) const;
+  void process(int page, PageResult& result);
+  void measure_and_decide(const Page& page, PageResult& result, double& angle) const;
+  void write_alone(const Page& page, const Raster& pixels, bool changed, const std::string& path);
+  void write_in_order(int number, const Page& page, const Raster& pixels, bool changed);
+  void finish_tiff();
+  void copy_source(const std::string& path);
+  void deliver(TempFile& file);
+  void pass_turn(int page, bool failed);
+
+  const Options& options_;
+  Input input_;
+  SourceFile source_;
+  ReadOptions read_options_;
+  std::string trouble_;  // why no page of this file can be worked on
+
+  std::string output_;
+  std::string extension_;
+  Format format_ = Format::kOther;
+  bool same_format_ = false;
+  bool one_file_ = false;  // all pages go into one TIFF
+
+  std::mutex mutex_;
+  std::condition_variable turn_;
+  int next_page_ = 0;     // the page whose turn it is to be written
+  bool changed_ = false;  // a page of the TIFF was changed
+  int failed_page_ = 0;   // the first page that failed, from 1
+  std::unique_ptr<TempFile> temp_;
+  std::unique_ptr<TiffWriter> tiff_;
+};
+
+}  // namespace tool

@@ -1,0 +1,113 @@
+#include "cli/run.h"
+
+#include <unistd.h>
+#include <vips/vips.h>
+
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "cli/failure.h"
+#include "cli/page_job.h"
+
+namespace tool {
+
+namespace {
+
+// Hands out pages in order and prints their results in the same order, whichever is done first.
+class Run {
+ public:
+  Run(const Options& options, std::vector<Input> inputs)
+      : options_(options), inputs_(std::move(inputs)), reporter_(options) {}
+
+  int execute() {
+    std::vector<std::thread> others;
+    for (int i = 1; i < options_.jobs; ++i) others.emplace_back([this] { work(); });
+    work();
+    for (auto& thread : others) thread.join();
+    reporter_.clear_progress();
+    return reporter_.failed() ? 1 : 0;
+  }
+
+ private:
+  struct Task {
+    std::shared_ptr<FileJob> job;
+    int page = 0;
+    size_t number = 0;  // in the order of printing
+  };
+
+  bool next(Task& task) {
+    const std::lock_guard<std::mutex> lock(tasks_);
+    if (!job_ || page_ == job_->pages()) {
+      if (file_ == inputs_.size()) return false;
+      Input input = inputs_[file_++];
+      job_ = std::make_shared<FileJob>(input, options_);
+      page_ = 0;
+      if (!job_->output().empty() && !outputs_.insert(job_->output()).second) {
+        input.error = "not written: " + job_->output() + " was written for another input of this run";
+        job_ = std::make_shared<FileJob>(input, options_);
+      }
+      const std::lock_guard<std::mutex> printing(printing_);
+      reporter_.show_progress(file_, inputs_.size(), input.name);
+    }
+    task = {job_, page_++, task_++};
+    return true;
+  }
+
+  void work() {
+    for (Task task; next(task);) {
+      const PageResult result = task.job->run_page(task.page);
+      std::unique_lock<std::mutex> lock(printing_);
+      turn_.wait(lock, [&] { return printed_ == task.number; });
+      reporter_.show(result);
+      ++printed_;
+      turn_.notify_all();
+    }
+  }
+
+  const Options& options_;
+  const std::vector<Input> inputs_;
+  std::mutex tasks_;
+  size_t file_ = 0, task_ = 0;
+  int page_ = 0;
+  std::shared_ptr<FileJob> job_;
+  std::set<std::string> outputs_;
+
+  std::mutex printing_;
+  std::condition_variable turn_;
+  size_t printed_ = 0;
+  Reporter reporter_;
+};
+
+void spool_standard_input(const std::string& path) {
+  FILE* out = std::fopen(path.c_str(), "wb");
+  if (!out) throw Failure("standard input cannot be kept in " + path);
+  std::vector<char> block(1 << 16);
+  bool good = true;
+  for (ssize_t got; (got = read(0, block.data(), block.size())) > 0;)
+    good = good && std::fwrite(block.data(), 1, static_cast<size_t>(got), out) == static_cast<size_t>(got);
+  if (std::fclose(out) != 0 || !good) throw Failure("standard input cannot be kept in " + path);
+}
+
+}  // namespace
+
+int run(const Options& options) {
+  clean_up_on_signals();
+  start_image_library("skewcorrect");
+  // Pages run side by side; threads inside one image would only get in their way.
+  vips_concurrency_set(1);
+  std::unique_ptr<TempFile> spool;
+  for (const auto& input : options.inputs) {
+    if (input != "-") continue;
+    if (spool) throw Failure("standard input can be given only once");
+    spool = std::make_unique<TempFile>("", "");
+    spool_standard_input(spool->path());
+  }
+  Run all(options, find_inputs(options, spool ? spool->path() : ""));
+  return all.execute();
+}
+
+}  // namespace tool

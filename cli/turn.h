@@ -1,0 +1,20 @@
+// Turning a page and choosing the colour of what comes into view.
+#pragma once
+
+#include "cli/options.h"
+#include "cli/raster.h"
+
+namespace tool {
+
+struct Colour {
+  uint8_t rgb[3];
+};
+
+// The colour for a page: the one asked for, or the median of the page's own border.
+Colour background_for(const Raster& page, const Background& wanted);
+
+// Turns a page so that lines at this angle become level. fast uses the rotations of 0.2 degree steps, which
+// keep the canvas and take a gray background.
+Raster turn(const Raster& page, double angle, Canvas canvas, Colour background, bool fast);
+
+}  // namespace tool
