@@ -1,6 +1,7 @@
 #include "core/sample2x2.h"
 
 #include "core/buffer.h"
+#include "core/simd.h"
 
 namespace skew {
 namespace {
@@ -21,14 +22,41 @@ void map_columns(const Axis& axis, int count, int32_t* map) {
   for (int i = 0; i < count; ++i) map[i] = axis.position(i < axis.averaged || i == 0 ? i : i - 1);
 }
 
-void sample_row_pair(const uint8_t* row, ptrdiff_t stride, const int32_t* map, int averaged, int count,
-                     uint8_t* out) {
-  const uint8_t* below = row + stride;
-  for (int i = 0; i < averaged; ++i) {
-    const int32_t m = map[i];
-    out[i] = static_cast<uint8_t>((row[m] + row[m + 1] + below[m] + below[m + 1]) >> 2);
+// One destination row's work: a row of source pixels, the one below, where to sample them and how many there
+// are.
+struct RowPair {
+  const uint8_t *row, *below;
+  const int32_t* map;
+  int averaged, count;
+};
+
+#if SKEW_SIMD
+
+// The first columns, kLanes16 at a time, where each source pixel is used exactly once. Returns how many.
+int halve_row_pair(const RowPair& pair, uint8_t* out) {
+  const auto pair_sums = [](const uint8_t* from) {
+    const U16 pixels = load<U16>(from);
+    return (pixels & 255) + (pixels >> 8);
+  };
+  int i = 0;
+  for (; i + kLanes16 <= pair.averaged; i += kLanes16)
+    store_narrowed(out + i, (pair_sums(pair.row + 2 * i) + pair_sums(pair.below + 2 * i)) >> 2);
+  return i;
+}
+
+#else
+
+int halve_row_pair(const RowPair&, uint8_t*) { return 0; }
+
+#endif
+
+void sample_row_pair(const RowPair& pair, int i, uint8_t* out) {
+  for (; i < pair.averaged; ++i) {
+    const uint8_t *above = pair.row + pair.map[i], *below = pair.below + pair.map[i];
+    out[i] = static_cast<uint8_t>((above[0] + above[1] + below[0] + below[1]) >> 2);
   }
-  for (int i = averaged; i < count; ++i) out[i] = static_cast<uint8_t>((row[map[i]] + below[map[i]]) >> 1);
+  for (; i < pair.count; ++i)
+    out[i] = static_cast<uint8_t>((pair.row[pair.map[i]] + pair.below[pair.map[i]]) >> 1);
 }
 
 void sample_single_row(const uint8_t* row, const int32_t* map, int averaged, int count, uint8_t* out) {
@@ -49,10 +77,12 @@ bool sample2x2(const uint8_t* region, ptrdiff_t stride, int width, int height, u
   for (int j = 0; j < out_height; ++j) {
     const uint8_t* row = region + rows.position(j) * stride;
     uint8_t* out_row = out + j * out_stride;
-    if (j < rows.averaged)
-      sample_row_pair(row, stride, map.get(), columns.averaged, out_width, out_row);
-    else
+    if (j < rows.averaged) {
+      const RowPair pair = {row, row + stride, map.get(), columns.averaged, out_width};
+      sample_row_pair(pair, columns.scale == 2 ? halve_row_pair(pair, out_row) : 0, out_row);
+    } else {
       sample_single_row(row, map.get(), columns.averaged, out_width, out_row);
+    }
   }
   return true;
 }
