@@ -11,8 +11,9 @@
 #include "platform/log.h"
 #include "skew/driver.h"
 
-#if defined(SKEW_GENERATED_JNI_HEADER)
-#include SKEW_GENERATED_JNI_HEADER  // the Java class as the Java compiler sees it: a signature that drifts fails here
+#if defined(SKEW_GENERATED_JNI_HEADERS)  // the Java compiler's view of the class: a drifted signature fails
+                                         // here
+#include "com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib.h"
 #endif
 
 #define SKEW_JAVA_METHOD(name) Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_##name

@@ -1,0 +1,100 @@
+package com.narvo.android.lumetrix.imageprocessing;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertNotEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.awt.image.BufferedImage;
+import java.io.BufferedReader;
+import java.io.File;
+import java.io.IOException;
+import java.io.InputStreamReader;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.stream.Collectors;
+import javax.imageio.ImageIO;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** Loading the library, in Java machines of their own, and the program that levels a file. */
+class NativeLibraryTest {
+  private static final String PROGRAM = "com.narvo.android.lumetrix.imageprocessing.desktop.DeskewFile";
+
+  @TempDir Path folder;
+
+  private String output;
+
+  /** Runs the program on a page drawn for it; returns the exit code. */
+  private int run(String classPath, String... properties) throws IOException, InterruptedException {
+    File in = folder.resolve("in.png").toFile(), out = folder.resolve("out.png").toFile();
+    BufferedImage page = new BufferedImage(301, 200, BufferedImage.TYPE_INT_RGB);
+    page.setRGB(0, 0, 301, 200, Pages.argb(301, 200, 7), 0, 301);
+    ImageIO.write(page, "png", in);
+    Files.deleteIfExists(out.toPath());
+    List<String> command = new ArrayList<>();
+    command.add(System.getProperty("java.home") + "/bin/java");
+    command.add("-Djava.library.path=" + folder);
+    command.addAll(Arrays.asList(properties));
+    command.addAll(Arrays.asList("-cp", classPath, PROGRAM, in.toString(), out.toString()));
+    Process process = new ProcessBuilder(command).redirectErrorStream(true).start();
+    try (BufferedReader reader = new BufferedReader(new InputStreamReader(process.getInputStream()))) {
+      output = reader.lines().collect(Collectors.joining("\n"));
+    }
+    int code = process.waitFor();
+    assertEquals(code == 0, Files.exists(out.toPath()), output);
+    return code;
+  }
+
+  private void assertAngleFound(int code) {
+    assertEquals(0, code, output);
+    assertTrue(output.matches("angle: (6\\.[6-9]|7\\.[0-4]) degrees"), output);
+  }
+
+  private static String jar() {
+    return System.getProperty("skewcorrection.test.jar");
+  }
+
+  private static String library() {
+    return System.getProperty("skewcorrection.library.file");
+  }
+
+  @Test
+  void theFileInTheJarIsUnpackedIntoTheNamedFolderAndRemoved() throws Exception {
+    Path own = Files.createDirectory(folder.resolve("own"));
+    assertAngleFound(run(jar(), "-Dskewcorrection.tmpdir=" + own, "-Djava.io.tmpdir=/nowhere"));
+    assertEquals(0, own.toFile().list().length);
+  }
+
+  @Test
+  void anInstalledLibraryIsFoundFirst() throws Exception {
+    Files.copy(new File(library()).toPath(), folder.resolve("libSkewCorrection_Lib.so"));
+    assertAngleFound(run(jar(), "-Djava.io.tmpdir=/nowhere"));
+  }
+
+  @Test
+  void thePropertyNamesTheFileAndNothingElseIsTried() throws Exception {
+    assertAngleFound(run(jar(), "-Dskewcorrection.library.file=" + library(), "-Djava.io.tmpdir=/nowhere"));
+    assertNotEquals(0, run(jar(), "-Dskewcorrection.library.file=/nowhere/lib.so"));
+    assertTrue(output.contains("property skewcorrection.library.file = /nowhere/lib.so"), output);
+    assertFalse(output.contains("System.loadLibrary("), output);
+  }
+
+  @Test
+  void aFailureSaysAllThatWasTried() throws Exception {
+    assertNotEquals(0, run(jar(), "-Djava.io.tmpdir=/nowhere"));
+    for (String part :
+        new String[] {
+          "skewcorrection.library.file: not set", "System.loadLibrary(\"SkewCorrection_Lib\")",
+          "META-INF/native/linux-" + System.getProperty("os.arch") + "/libSkewCorrection_Lib.so",
+          "skewcorrection.tmpdir", "/nowhere"
+        }) {
+      assertTrue(output.contains(part), part + " is missing in: " + output);
+    }
+    assertNotEquals(0, run(System.getProperty("skewcorrection.test.classes")));
+    assertTrue(output.contains("not in the jar"), output);
+  }
+}
