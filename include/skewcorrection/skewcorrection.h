@@ -8,6 +8,7 @@
  *   rotate.h    rotations of gray, RGB and ARGB images
  *   analysis.h  connected components, confidence selection
  *   enhance.h   smoothing, stretch, extent fitting, gap filling
+ *   page.h      the page-level measurement: a continuous angle and whether to trust it
  *
  * The sign of an angle: positive means that the lines run along the direction (cos, sin) with x to the right
  * and y downward; as displayed they fall from left to right. Rotating an image by the measured angle levels it.
@@ -22,6 +23,7 @@
 #include "analysis.h"
 #include "convert.h"
 #include "enhance.h"
+#include "page.h"
 #include "rotate.h"
 #include "skew.h"
 #include "tables.h"
