@@ -1,18 +1,28 @@
 // The centre of mass from whole-number sums: exact, whatever the order.
 #include <cstddef>
 
+#include "analysis/scan_rows.h"
+#include "core/cpu.h"
 #include "include/skewcorrection/analysis.h"
 
 namespace skew {
 namespace {
 
-struct RowSum {
-  uint64_t count, columns;  // nonzero pixels of a row and the sum of their columns
-};
+int sum_fast(const uint8_t* row, int width, RowSum* sum) {
+#if defined(SKEW_AVX2_FORMS)
+  if (has_avx2()) return lanes32::sum_vectors(row, width, sum);
+#endif
+#if SKEW_SIMD
+  return sum_vectors(row, width, sum);
+#else
+  (void)row, (void)width, (void)sum;
+  return 0;
+#endif
+}
 
 RowSum sum_row(const uint8_t* row, int width) {
   RowSum sum = {0, 0};
-  for (int x = 0; x < width; ++x) {
+  for (int x = sum_fast(row, width, &sum); x < width; ++x) {
     if (row[x] == 0) continue;
     ++sum.count;
     sum.columns += static_cast<uint64_t>(x);

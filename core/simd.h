@@ -7,8 +7,8 @@
 //
 // Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
 // stands in for one that must run everywhere. A kernel source that is compiled twice puts its own functions
-// into inline namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per call.
-// With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
+// into inline namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per
+// call. With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
 #pragma once
 
 #include <cstddef>
@@ -210,6 +210,83 @@ inline uint32_t mask_bits(I16 first, I16 second) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_permute4x64_epi64(packed, 0xD8)));
 #else
   return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16((__m128i)first, (__m128i)second)));
+#endif
+}
+
+// The bytes of a vector as 16-bit lanes. Which byte lies where is not told, but it is the same for every
+// vector, and narrow() puts each back in its place; its lanes must lie in 0 ... 255.
+struct Widened {
+  U16 first, second;
+};
+
+inline Widened widen(U8 v) { return {(U16)zip_low(v, U8{}), (U16)zip_high(v, U8{})}; }
+
+inline U8 narrow(U16 first, U16 second) {
+#if defined(__ARM_NEON)
+  return (U8)vcombine_u8(vmovn_u16((uint16x8_t)first), vmovn_u16((uint16x8_t)second));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_packus_epi16((__m256i)first, (__m256i)second);
+#else
+  return (U8)_mm_packus_epi16((__m128i)first, (__m128i)second);
+#endif
+}
+
+inline U8 smaller(U8 a, U8 b) {
+#if defined(__ARM_NEON)
+  return (U8)vminq_u8((uint8x16_t)a, (uint8x16_t)b);
+#elif defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_min_epu8((__m256i)a, (__m256i)b);
+#else
+  return (U8)_mm_min_epu8((__m128i)a, (__m128i)b);
+#endif
+}
+
+// a - b, or 0 where b is larger.
+inline U8 excess(U8 a, U8 b) {
+#if defined(__ARM_NEON)
+  return (U8)vqsubq_u8((uint8x16_t)a, (uint8x16_t)b);
+#elif defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_subs_epu8((__m256i)a, (__m256i)b);
+#else
+  return (U8)_mm_subs_epu8((__m128i)a, (__m128i)b);
+#endif
+}
+
+// a * b / 65536, rounded down.
+inline U16 multiply_high(U16 a, U16 b) {
+#if defined(__ARM_NEON)
+  const uint16x8_t m = (uint16x8_t)a, n = (uint16x8_t)b;
+  return (U16)vcombine_u16(vshrn_n_u32(vmull_u16(vget_low_u16(m), vget_low_u16(n)), 16),
+                           vshrn_n_u32(vmull_u16(vget_high_u16(m), vget_high_u16(n)), 16));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U16)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+#else
+  return (U16)_mm_mulhi_epu16((__m128i)a, (__m128i)b);
+#endif
+}
+
+// One bit for each byte of a mask, the first byte's lowest.
+inline uint32_t mask_bits(U8 mask) {
+#if defined(__ARM_NEON)
+  const uint8x16_t weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  const uint8x16_t bits = vandq_u8((uint8x16_t)mask, weights);
+  uint8x8_t sums = vpadd_u8(vget_low_u8(bits), vget_high_u8(bits));
+  sums = vpadd_u8(sums, sums);
+  return vget_lane_u16(vreinterpret_u16_u8(vpadd_u8(sums, sums)), 0);
+#elif defined(SKEW_AVX2_BUILD)
+  return (uint32_t)_mm256_movemask_epi8((__m256i)mask);
+#else
+  return (uint32_t)_mm_movemask_epi8((__m128i)mask);
+#endif
+}
+
+// Whether any lane of a mask is set.
+inline bool any(U8 mask) {
+#if defined(__ARM_NEON)
+  const uint64x2_t halves = vreinterpretq_u64_u8((uint8x16_t)mask);
+  return (vgetq_lane_u64(halves, 0) | vgetq_lane_u64(halves, 1)) != 0;
+#else
+  return mask_bits(mask) != 0;
 #endif
 }
 

@@ -1,4 +1,10 @@
-#include "enhance/row_filter.h"
+// Closes gaps row by row. Two rows are kept as they were; the row below was not changed yet.
+#include <cstring>
+
+#include "core/buffer.h"
+#include "core/cpu.h"
+#include "core/raster.h"
+#include "enhance/filter_rows.h"
 #include "include/skewcorrection/enhance.h"
 
 namespace skew {
@@ -16,8 +22,20 @@ bool bridges(const RowNeighbourhood& rows, int x) {
   return (a[0] | b[0]) == 0 && (a[-1] | o[-1] | b[-1]) != 0 && (a[1] | o[1] | b[1]) != 0;
 }
 
+int close_gaps_fast(const RowNeighbourhood& rows, int begin, int end, uint8_t* out) {
+#if defined(SKEW_AVX2_FORMS)
+  if (has_avx2()) return lanes32::close_gaps_vectors(rows, begin, end, out);
+#endif
+#if SKEW_SIMD
+  return close_gaps_vectors(rows, begin, end, out);
+#else
+  (void)rows, (void)end, (void)out;
+  return begin;
+#endif
+}
+
 void close_gaps(const RowNeighbourhood& rows, int width, uint8_t* out) {
-  for (int x = 1; x < width - 1; ++x)
+  for (int x = close_gaps_fast(rows, 1, width - 1, out); x < width - 1; ++x)
     if (bridges(rows, x)) out[x] = 255;
 }
 
@@ -25,5 +43,21 @@ void close_gaps(const RowNeighbourhood& rows, int width, uint8_t* out) {
 }  // namespace skew
 
 int dilation(uint8_t* pImage, int width, int height) {
-  return skew::filter_rows_in_place(pImage, width, height, skew::close_gaps);
+  const size_t columns = width > 0 ? static_cast<size_t>(width) : 0;
+  const skew::Buffer<uint8_t> kept = skew::allocate<uint8_t>(2, columns);
+  if (!kept) return SKEW_NO_WORKING_MEMORY;
+  if (width < 3 || height < 3) return SKEW_OK;
+
+  const ptrdiff_t stride = skew::padded_stride(width);
+  uint8_t *above = kept.get(), *own = above + columns;
+  std::memcpy(above, pImage, columns);
+  for (int y = 1; y < height - 1; ++y) {
+    uint8_t* row = pImage + y * stride;
+    std::memcpy(own, row, columns);
+    skew::close_gaps({above, own, row + stride}, width, row);
+    uint8_t* done = above;
+    above = own;
+    own = done;
+  }
+  return SKEW_OK;
 }

@@ -7,6 +7,7 @@
 #include "reference/enhance.h"
 #include "reference/shrink.h"
 #include "tests/support/allocations.h"
+#include "tests/support/processor.h"
 #include "tests/support/random.h"
 
 namespace skew {
@@ -16,29 +17,38 @@ using Bytes = std::vector<uint8_t>;
 
 int padded(int width) { return (width + 3) & ~3; }
 
-// Calls the filter for every size around the vectors and at every start, and compares all bytes, those around
-// the image included.
+// Calls the filter, with AVX2 and without, for every size around the vectors and at every start, and compares
+// all bytes, those around the image included. Every other image ends where its memory ends.
 template <class Fill>
 void expect_same(int (*filter)(uint8_t*, int, int), void (*literal)(uint8_t*, int, int), Fill fill) {
   test::Random random(6);
   for (int width = 1; width <= 140; ++width)
     for (const int height : {1, 2, 3, 4, 9}) {
       const size_t start = static_cast<size_t>(random.below(32));
-      Bytes image = random.bytes(start + static_cast<size_t>(padded(width)) * height + 40);
-      for (auto& byte : image) byte = fill(byte);
-      Bytes expected = image;
+      Bytes original = random.bytes(start + static_cast<size_t>(padded(width)) * height + (height % 2) * 40);
+      for (auto& byte : original) byte = fill(byte);
+      Bytes expected = original;
       literal(expected.data() + start, width, height);
-      EXPECT_EQ(0, filter(image.data() + start, width, height));
-      ASSERT_EQ(expected, image) << width << " x " << height;
+      for (const bool hide : {false, true}) {
+        const test::HideAvx2 hidden(hide);
+        Bytes image = original;
+        EXPECT_EQ(0, filter(image.data() + start, width, height));
+        ASSERT_EQ(expected, image) << width << " x " << height;
+      }
     }
 }
 
-void expect_260_and_no_change(int (*filter)(uint8_t*, int, int)) {
+void expect_260_and_no_change(int (*filter)(uint8_t*, int, int), size_t heap_per_column) {
   const Bytes original = test::Random(2).bytes(12 * 9);
   for (const int height : {1, 9}) {
     Bytes image = original;
     const long before = test::blocks_held();
+    const size_t bytes = test::bytes_held();
+    test::reset_peak();
+    EXPECT_EQ(0, filter(image.data(), 11, height));
+    EXPECT_EQ(11 * heap_per_column, test::peak_bytes_held() - bytes);
     const test::FailFrom fail(1);
+    image = original;
     EXPECT_EQ(260, filter(image.data(), 11, height));
     EXPECT_EQ(original, image);
     EXPECT_EQ(before, test::blocks_held());
@@ -87,7 +97,7 @@ TEST(GaussSmooth, AgreesWithTheLiteralForm) {
               [](uint8_t byte) { return static_cast<uint8_t>(byte < 100 ? 0 : 255); });
 }
 
-TEST(GaussSmooth, ReportsMissingMemory) { expect_260_and_no_change(ImgGaussSmooth); }
+TEST(GaussSmooth, ReportsMissingMemory) { expect_260_and_no_change(ImgGaussSmooth, 4); }
 
 struct Spot {
   int x, y;
@@ -149,7 +159,7 @@ TEST(Dilation, AgreesWithTheLiteralForm) {
               [](uint8_t byte) { return static_cast<uint8_t>(byte < 120 ? 0 : byte); });
 }
 
-TEST(Dilation, ReportsMissingMemory) { expect_260_and_no_change(dilation); }
+TEST(Dilation, ReportsMissingMemory) { expect_260_and_no_change(dilation, 2); }
 
 // Rows of `width` bytes, one more row and one more column than are looked at, filled with `levels` in turn.
 struct Gray {
@@ -228,27 +238,35 @@ TEST(GrayStretch, AgreesWithTheLiteralFormAndLeavesTheLastRowAndColumn) {
     const int width = 1 + random.below(round < 1200 ? 140 : 700), height = 1 + random.below(30);
     const int base = random.below(250), range = 1 + random.below(256 - base), wide = random.below(60);
     const size_t start = static_cast<size_t>(random.below(32));
-    Bytes image = random.bytes(start + static_cast<size_t>(width) * height + 40);
-    for (auto& byte : image)
+    Bytes original = random.bytes(start + static_cast<size_t>(width) * height + (round % 2) * 40);
+    for (auto& byte : original)
       if (random.below(60) >= wide % 5) byte = static_cast<uint8_t>(base + byte % range);
-    Bytes expected = image;
-    EXPECT_EQ(reference::gray_stretch(expected.data() + start, width, height),
-              GrayStretch_T(image.data() + start, width, height));
-    ASSERT_EQ(expected, image) << width << " x " << height << ", " << base << " + " << range;
+    Bytes expected = original;
+    const int changed = reference::gray_stretch(expected.data() + start, width, height);
+    for (const bool hide : {false, true}) {
+      const test::HideAvx2 hidden(hide);
+      Bytes image = original;
+      EXPECT_EQ(changed, GrayStretch_T(image.data() + start, width, height));
+      ASSERT_EQ(expected, image) << width << " x " << height << ", " << base << " + " << range;
+    }
   }
 }
 
 TEST(GrayStretch, IsExactForEveryBand) {
-  // Every level once below, and the two levels of the band often enough.
-  Bytes image(129 * 129), expected;
+  // Every level once, and the two levels of the band often enough.
+  Bytes original(65 * 65);
   for (int low = 0; low < 255; ++low)
     for (int high = low + 1; high < 256 && high <= low + 150; ++high) {
-      for (size_t i = 0; i < image.size(); ++i)
-        image[i] = static_cast<uint8_t>(i < 256 ? i : i % 2 != 0 ? low : high);
-      expected = image;
-      const int changed = reference::gray_stretch(expected.data(), 129, 129);
-      ASSERT_EQ(changed, GrayStretch_T(image.data(), 129, 129)) << low << " ... " << high;
-      ASSERT_EQ(expected, image) << low << " ... " << high;
+      for (size_t i = 0; i < original.size(); ++i)
+        original[i] = static_cast<uint8_t>(i < 256 ? i : i % 2 != 0 ? low : high);
+      Bytes expected = original;
+      const int changed = reference::gray_stretch(expected.data(), 65, 65);
+      for (const bool hide : {false, true}) {
+        const test::HideAvx2 hidden(hide);
+        Bytes image = original;
+        ASSERT_EQ(changed, GrayStretch_T(image.data(), 65, 65)) << low << " ... " << high;
+        ASSERT_EQ(expected, image) << low << " ... " << high;
+      }
     }
 }
 

@@ -16,7 +16,7 @@ SKEW_EXTERN_C_BEGIN
  *   width, height  pixels; with fewer than 3 of either nothing changes
  * The one-pixel frame and the bytes between rows keep their values.
  * Returns 0, or 260 if the working memory cannot be allocated (image unchanged).
- * Extra heap: two rows. */
+ * Extra heap: 4 bytes for each column. */
 SKEW_API int ImgGaussSmooth(uint8_t* pImage, int width, int height);
 
 /* Raises the contrast of a dull gray image in place.
@@ -63,7 +63,7 @@ SKEW_API uint8_t* ImgExtFit_Track_ROI(const uint8_t* pSrc, int width, int height
  * bytes between rows keep their values.
  *
  * Returns 0, or 260 if the working memory cannot be allocated (image unchanged).
- * Extra heap: two rows. */
+ * Extra heap: 2 bytes for each column. */
 SKEW_API int dilation(uint8_t* pImage, int width, int height);
 
 SKEW_EXTERN_C_END

@@ -1,0 +1,66 @@
+#include "analysis/scan_rows.h"
+
+#if SKEW_SIMD
+
+namespace skew {
+inline namespace SKEW_LANES {
+
+int match_vectors(const uint8_t* row, int width, uint8_t value, uint8_t* bits) {
+  const U8 wanted = (U8){} + value;
+  int x = 0;
+  for (; width - x >= kLanes8; x += kLanes8) {
+    const uint32_t found = mask_bits((U8)(load<U8>(row + x) == wanted));
+    std::memcpy(bits + x / 8, &found, kLanes8 / 8);  // every processor in use is little-endian
+  }
+  return x;
+}
+
+namespace {
+
+constexpr int kBlock = 255;  // vectors: what a byte lane can count
+
+// Adds `vectors` vectors, at most kBlock, whose first pixel is in column `column`. Lane by lane it counts
+// zeros and, after each vector, adds the counts so far: a zero in vector v is then added vectors - v times,
+// which tells the sum of v over the zeros without a multiplication.
+void add_block(const uint8_t* pixels, uint64_t vectors, uint64_t column, RowSum* sum) {
+  U8 zeros = {};
+  U16 added[2] = {};
+  for (uint64_t v = 0; v < vectors; ++v) {
+    zeros -= (U8)(load<U8>(pixels + v * kLanes8) == 0);
+    const Widened so_far = widen(zeros);
+    added[0] += so_far.first;
+    added[1] += so_far.second;
+  }
+  uint8_t counts[kLanes8];
+  uint16_t sums[kLanes8];
+  store(counts, zeros);
+  store(sums, added[0]);
+  store(sums + kLanes16, added[1]);
+  uint32_t all = 0, weighted = 0, lanes = 0;
+  for (uint32_t i = 0; i < kLanes8; ++i) {
+    all += counts[i];
+    weighted += sums[i];
+    lanes += i * counts[i];
+  }
+  const uint64_t pixels_in = vectors * kLanes8;
+  const uint64_t zero_offsets = kLanes8 * (vectors * all - weighted) + lanes;  // from `column` on
+  sum->count += pixels_in - all;
+  sum->columns += (pixels_in - all) * column + pixels_in * (pixels_in - 1) / 2 - zero_offsets;
+}
+
+}  // namespace
+
+int sum_vectors(const uint8_t* row, int width, RowSum* sum) {
+  int x = 0;
+  while (width - x >= kLanes8) {
+    const int left = (width - x) / kLanes8, vectors = left < kBlock ? left : kBlock;
+    add_block(row + x, static_cast<uint64_t>(vectors), static_cast<uint64_t>(x), sum);
+    x += vectors * kLanes8;
+  }
+  return x;
+}
+
+}  // namespace SKEW_LANES
+}  // namespace skew
+
+#endif  // SKEW_SIMD
