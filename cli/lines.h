@@ -21,6 +21,7 @@ struct PageResult {
   Action action = Action::kFailed;
   std::string why;     // left alone, skipped or failed: the reason
   std::string output;  // the file written
+  std::string html;    // report: the page's part of it
 };
 
 // "scan.tif" or "scan.tif, page 2".

@@ -60,13 +60,20 @@ void add_common(CLI::App* command, Options& o) {
   command->add_flag("--tolerant", o.tolerant, "Take damaged files as far as they can be decoded");
 }
 
-void add_output(CLI::App* command, Options& o, Words& words) {
+void add_output(CLI::App* command, Options& o) {
   command->add_option("-o,--output", o.output, "The file to write for a single input; - is standard output");
   command->add_option("-d,--output-dir", o.output_dir, "The folder to write to; it is made if it is missing");
   command->add_flag("--in-place", o.in_place, "Replace the sources themselves");
   command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
   command->add_flag("--resume", o.resume, "Skip pages whose result exists");
   command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
+  command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
+      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}));
+  command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
+      ->check(CLI::Range(1, 100));
+}
+
+void add_turning(CLI::App* command, Words& words) {
   command->add_option(
       "--background", words.background,
       "Colour of what comes into view: auto (sampled from the page's border, default), white, "
@@ -74,10 +81,14 @@ void add_output(CLI::App* command, Options& o, Words& words) {
   command
       ->add_option("--canvas", words.canvas, "keep the size (default) or expand it so that no corner is cut")
       ->check(CLI::IsMember({"keep", "expand"}));
-  command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
-      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}));
-  command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
-      ->check(CLI::Range(1, 100));
+}
+
+void add_limits(CLI::App* command, Options& o) {
+  command->add_flag("--force", o.force, "Straighten also where the angle is not trusted");
+  command->add_option("--min-angle", o.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
+      ->check(CLI::Range(0.0, 45.0));
+  command->add_option("--max-angle", o.max_angle, "Leave larger tilts alone, degrees (default 45)")
+      ->check(CLI::Range(0.0, 90.0));
 }
 
 // The rules that concern several options at once. Returns what is wrong, or an empty text.
@@ -117,16 +128,16 @@ int main(int argc, char** argv) {
 
   CLI::App* measure = app.add_subcommand("measure", "Print the angle of every page; no image is written");
   CLI::App* deskew = app.add_subcommand("deskew", "Measure every page and write it straightened");
+  CLI::App* report = app.add_subcommand("report", "Show on one HTML page how every page was measured");
   CLI::App* rotate = app.add_subcommand("rotate", "Straighten by an angle measured elsewhere");
-  for (CLI::App* command : {measure, deskew, rotate}) add_common(command, options);
-  for (CLI::App* command : {deskew, rotate}) add_output(command, options, words);
+  for (CLI::App* command : {measure, deskew, rotate, report}) add_common(command, options);
+  for (CLI::App* command : {deskew, rotate}) add_output(command, options);
+  for (CLI::App* command : {deskew, rotate, report}) add_turning(command, words);
+  for (CLI::App* command : {deskew, report}) add_limits(command, options);
   for (CLI::App* command : {measure, deskew, rotate})
     command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
-  deskew->add_flag("--force", options.force, "Straighten also where the angle is not trusted");
-  deskew->add_option("--min-angle", options.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
-      ->check(CLI::Range(0.0, 45.0));
-  deskew->add_option("--max-angle", options.max_angle, "Leave larger tilts alone, degrees (default 45)")
-      ->check(CLI::Range(0.0, 90.0));
+  report->add_option("-o,--output", options.output, "The HTML file to write")->required();
+  report->add_flag("--overwrite", options.overwrite, "Replace it if it exists");
   rotate
       ->add_option("--angle", options.angle,
                    "The tilt to undo, -180 to 180 degrees; positive: lines fall to the right")
@@ -140,6 +151,7 @@ int main(int argc, char** argv) {
   }
   options.command = measure->parsed()  ? Command::kMeasure
                     : deskew->parsed() ? Command::kDeskew
+                    : report->parsed() ? Command::kReport
                                        : Command::kRotate;
   const std::string wrong = settle(options, words);
   if (!wrong.empty()) {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <new>
+#include <string>
 
 #include "cli/failure.h"
 #include "skewcorrection/convert.h"
@@ -13,6 +15,18 @@ namespace {
 
 size_t padded(int width) { return (static_cast<size_t>(width) + 3) & ~size_t{3}; }
 
+void check(int code) {
+  if (code == SKEW_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (code != SKEW_OK) throw Failure("cannot be measured (result " + std::to_string(code) + ")");
+}
+
+Measurement from_library(const SkewPage& found) {
+  const Verdict verdict = found.verdict == SKEW_PAGE_TRUSTED ? Verdict::kTrusted
+                          : found.verdict == SKEW_PAGE_BLANK ? Verdict::kBlank
+                                                             : Verdict::kUncertain;
+  return {found.angle, verdict, found.windowsMeasured, found.windowsAgreeing, found.spread};
+}
+
 // The driver's answers end at 45 degrees: one from the very end is as likely to lie beyond it.
 Measurement measure_fast(const std::vector<uint8_t>& gray, int width, int height) {
   Measurement m;
@@ -20,8 +34,7 @@ Measurement measure_fast(const std::vector<uint8_t>& gray, int width, int height
     m.verdict = Verdict::kBlank;
     return m;
   }
-  const int code = SkewCorrection(gray.data(), width, height, &m.angle);
-  if (code != SKEW_OK) throw Failure("cannot be measured (result " + std::to_string(code) + ")");
+  check(SkewCorrection(gray.data(), width, height, &m.angle));
   if (std::fabs(m.angle) > 44.9) m.verdict = Verdict::kUncertain;
   return m;
 }
@@ -54,8 +67,21 @@ std::vector<uint8_t> padded_gray(const Raster& page) {
   return gray;
 }
 
-Measurement measure(const Raster& page, bool /*fast*/) {
-  return measure_fast(padded_gray(page), page.width, page.height);
+Measurement measure(const Raster& page, bool fast) {
+  const std::vector<uint8_t> gray = padded_gray(page);
+  if (fast) return measure_fast(gray, page.width, page.height);
+  SkewPage found{};
+  check(skew_measure_page(gray.data(), page.width, page.height, padded(page.width), &found));
+  return from_library(found);
+}
+
+Measurement measure(const Raster& page, Details& details) {
+  const std::vector<uint8_t> gray = padded_gray(page);
+  SkewPage found{};
+  details.reset(new SkewPageDetails{});
+  check(skew_measure_page_details(gray.data(), page.width, page.height, padded(page.width), &found,
+                                  details.get()));
+  return from_library(found);
 }
 
 }  // namespace tool

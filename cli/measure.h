@@ -1,9 +1,11 @@
 // From a page's pixels to its angle.
 #pragma once
 
-#include <string>
+#include <memory>
+#include <vector>
 
 #include "cli/raster.h"
+#include "skewcorrection/page.h"
 
 namespace tool {
 
@@ -20,6 +22,18 @@ const char* verdict_word(Verdict verdict);
 
 // Measures a page; fast asks for the angle of the driver alone, in steps of 0.2 degree and without a verdict.
 Measurement measure(const Raster& page, bool fast);
+
+// What a measurement looked at, freed with its handle.
+struct FreeDetails {
+  void operator()(SkewPageDetails* details) const {
+    skew_free_page_details(details);
+    delete details;
+  }
+};
+using Details = std::unique_ptr<SkewPageDetails, FreeDetails>;
+
+// The same as measure(page, false), with what it looked at.
+Measurement measure(const Raster& page, Details& details);
 
 // The page in gray, rows padded to a multiple of 4 bytes.
 std::vector<uint8_t> padded_gray(const Raster& page);

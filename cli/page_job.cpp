@@ -15,6 +15,7 @@
 
 #include "cli/failure.h"
 #include "cli/image_write.h"
+#include "cli/report.h"
 #include "cli/turn.h"
 
 namespace tool {
@@ -33,6 +34,12 @@ double dots_per_inch(const Page& page, Format format) {
   const bool told = page.header.get_typeof(VIPS_META_RESOLUTION_UNIT) != 0 || page.header.xres() != 1.0 ||
                     format == Format::kPdf;
   return told ? page.header.xres() * 25.4 : 0.0;
+}
+
+void note_size(const Page& page, Format format, PageResult& result) {
+  result.width = page.raster.width;
+  result.height = page.raster.height;
+  result.dpi = dots_per_inch(page, format);
 }
 
 // Copies bytes to a path, or to standard output for "-".
@@ -95,6 +102,7 @@ void FileJob::plan_output() {
     throw Failure("cannot be replaced by a file of another format (use -o or --output-dir)");
   one_file_ = format_ == Format::kTiff;
   output_ = options_.output == "-" ? "-" : output_path(input_, options_, extension_);
+  skips_ = options_.resume && one_file_ && exists(output_);
   if (!one_file_ && source_.pages > 1 && output_ == "-")
     throw Failure("has " + std::to_string(source_.pages) +
                   " pages: only TIFF can carry them on standard output");
@@ -139,10 +147,32 @@ PageResult FileJob::run_page(int page) {
 }
 
 void FileJob::process(int number, PageResult& result) {
-  const bool writes = options_.command == Command::kDeskew || options_.command == Command::kRotate;
-  const std::string path = writes ? output_of_page(number) : "";
-  if (writes && !options_.dry_run) {
-    if (options_.resume && path != "-" && exists(path) && (!one_file_ || number == 0 || !tiff_)) {
+  if (options_.command == Command::kDeskew || options_.command == Command::kRotate)
+    return write_page(number, result);
+  const Page page = read_page(source_, number, read_options_);
+  note_size(page, source_.format, result);
+  if (options_.command == Command::kReport) return describe_page(page, result);
+  result.measurement = measure(page.raster, options_.fast);
+  result.measured = true;
+  result.action = Action::kMeasured;
+}
+
+void FileJob::describe_page(const Page& page, PageResult& result) const {
+  Details details;
+  result.measurement = measure(page.raster, details);
+  result.measured = true;
+  decide(result);
+  Raster turned;
+  if (result.action == Action::kStraightened)
+    turned = turn(page.raster, result.measurement.angle, options_.canvas,
+                  background_for(page.raster, options_.background), false);
+  result.html = report_section(result, page.raster, turned, *details);
+}
+
+void FileJob::write_page(int number, PageResult& result) {
+  const std::string path = output_of_page(number);
+  if (!options_.dry_run) {
+    if (options_.resume && path != "-" && exists(path) && (!one_file_ || skips_)) {
       result.action = Action::kSkipped;
       result.why = path + " stands already";
       return;
@@ -150,12 +180,17 @@ void FileJob::process(int number, PageResult& result) {
     check_target(path);
   }
   const Page page = read_page(source_, number, read_options_);
-  result.width = page.raster.width;
-  result.height = page.raster.height;
-  result.dpi = dots_per_inch(page, source_.format);
-  double angle = 0.0;
-  measure_and_decide(page, result, angle);
-  if (!writes || options_.dry_run) return;
+  note_size(page, source_.format, result);
+  double angle = options_.angle;
+  if (options_.command == Command::kRotate) {
+    result.action = angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
+  } else {
+    result.measurement = measure(page.raster, options_.fast);
+    result.measured = true;
+    decide(result);
+    angle = result.measurement.angle;
+  }
+  if (options_.dry_run) return;
 
   const bool changed = result.action == Action::kStraightened;
   Raster turned;
@@ -170,26 +205,18 @@ void FileJob::process(int number, PageResult& result) {
   if (changed || !options_.in_place) result.output = path;
 }
 
-void FileJob::measure_and_decide(const Page& page, PageResult& result, double& angle) const {
-  result.action = Action::kMeasured;
-  if (options_.command == Command::kRotate) {
-    angle = options_.angle;
-    result.action = angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
-    return;
-  }
-  result.measurement = measure(page.raster, options_.fast);
-  result.measured = true;
-  if (options_.command != Command::kDeskew) return;
-  angle = result.measurement.angle;
+// Whether a page is straightened or left alone.
+void FileJob::decide(PageResult& result) const {
+  const double tilt = std::fabs(result.measurement.angle);
   const Verdict verdict = result.measurement.verdict;
   result.action = Action::kLeftAlone;
   if (verdict == Verdict::kBlank)
     result.why = "blank";
   else if (verdict == Verdict::kUncertain && !options_.force)
     result.why = "not sure";
-  else if (std::fabs(angle) < options_.min_angle)
+  else if (tilt < options_.min_angle)
     result.why = "straight already";
-  else if (std::fabs(angle) > options_.max_angle)
+  else if (tilt > options_.max_angle)
     result.why = "beyond --max-angle";
   else
     result.action = Action::kStraightened;

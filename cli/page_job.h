@@ -35,7 +35,9 @@ class FileJob {
   void check_target(const std::string& path) const;
   std::string output_of_page(int page) const;
   void process(int page, PageResult& result);
-  void measure_and_decide(const Page& page, PageResult& result, double& angle) const;
+  void write_page(int page, PageResult& result);
+  void describe_page(const Page& page, PageResult& result) const;
+  void decide(PageResult& result) const;
   void write_alone(const Page& page, const Raster& pixels, bool changed, const std::string& path);
   void write_in_order(int number, const Page& page, const Raster& pixels, bool changed);
   void finish_tiff();
@@ -54,6 +56,7 @@ class FileJob {
   Format format_ = Format::kOther;
   bool same_format_ = false;
   bool one_file_ = false;  // all pages go into one TIFF
+  bool skips_ = false;     // which stands already
 
   std::mutex mutex_;
   std::condition_variable turn_;

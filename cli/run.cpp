@@ -3,6 +3,7 @@
 #include <unistd.h>
 #include <vips/vips.h>
 
+#include <condition_variable>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,7 @@
 
 #include "cli/failure.h"
 #include "cli/page_job.h"
+#include "cli/report.h"
 
 namespace tool {
 
@@ -21,7 +23,10 @@ namespace {
 class Run {
  public:
   Run(const Options& options, std::vector<Input> inputs)
-      : options_(options), inputs_(std::move(inputs)), reporter_(options) {}
+      : options_(options), inputs_(std::move(inputs)), reporter_(options) {
+    if (options.command == Command::kReport)
+      report_ = std::make_unique<ReportFile>(options.output, options.overwrite);
+  }
 
   int execute() {
     std::vector<std::thread> others;
@@ -29,6 +34,8 @@ class Run {
     work();
     for (auto& thread : others) thread.join();
     reporter_.clear_progress();
+    if (report_ && trouble_.empty()) report_->finish();
+    if (!trouble_.empty()) throw Failure(trouble_);
     return reporter_.failed() ? 1 : 0;
   }
 
@@ -63,8 +70,18 @@ class Run {
       std::unique_lock<std::mutex> lock(printing_);
       turn_.wait(lock, [&] { return printed_ == task.number; });
       reporter_.show(result);
+      add_to_report(result);
       ++printed_;
       turn_.notify_all();
+    }
+  }
+
+  void add_to_report(const PageResult& result) {
+    if (!report_ || !trouble_.empty()) return;
+    try {
+      report_->add(result);
+    } catch (const Failure& failure) {
+      trouble_ = failure.what();
     }
   }
 
@@ -80,6 +97,8 @@ class Run {
   std::condition_variable turn_;
   size_t printed_ = 0;
   Reporter reporter_;
+  std::unique_ptr<ReportFile> report_;
+  std::string trouble_;  // why there will be no report
 };
 
 void spool_standard_input(const std::string& path) {
