@@ -11,8 +11,10 @@ struct Axis {
   double scale;  // source pixels per destination pixel
   int averaged;  // destination pixels whose source position still has a neighbour inside the region
 
-  Axis(int from, int to)
-      : scale(static_cast<double>(from) / to), averaged(static_cast<int>((from - 1.0) / scale)) {}
+  Axis(int from, int to) : scale(static_cast<double>(from) / to) {
+    averaged = static_cast<int>((from - 1.0) / scale);
+    if (averaged > to) averaged = to;
+  }
   int position(int i) const { return static_cast<int>(i * scale); }
 };
 

@@ -17,7 +17,7 @@ int direction_code(int gx, int gy) {
 
 int gradient_map(const uint8_t* source, uint16_t* map, int low, int stride, int width, int height) {
   int largest = 128;
-  for (int y = 1; y <= height - 2; ++y)
+  for (int y = 1; y <= height - 2; ++y) {
     for (int x = 1; x <= width - 2; ++x) {
       const uint8_t* m = source + y * stride + x;
       const uint8_t *t = m - stride, *b = m + stride;
@@ -28,6 +28,7 @@ int gradient_map(const uint8_t* source, uint16_t* map, int low, int stride, int 
       map[y * stride + x] = static_cast<uint16_t>(magnitude | (direction_code(gx, gy) << 14));
       if (magnitude > largest) largest = magnitude;
     }
+  }
   return largest;
 }
 
@@ -49,7 +50,7 @@ bool survives(const uint16_t* entry, int stride) {
 int seed(const uint16_t* map, uint8_t* out, int low, int64_t high, int stride, int width, int height,
          int* queue) {
   int queued = 0;
-  for (int y = 1; y <= height - 2; ++y)
+  for (int y = 1; y <= height - 2; ++y) {
     for (int x = 1; x <= width - 2; ++x) {
       const int i = y * stride + x, m = map[i] & kMagnitudeBits;
       if (m <= low || !survives(map + i, stride)) continue;
@@ -60,18 +61,20 @@ int seed(const uint16_t* map, uint8_t* out, int low, int64_t high, int stride, i
         out[i] = 128;
       }
     }
+  }
   return queued;
 }
 
 void follow(uint8_t* out, int stride, int* queue, int queued) {
   const int neighbours[] = {-1, 1, -stride, stride, -stride - 1, stride + 1, -stride + 1, stride - 1};
-  for (int taken = 0; taken < queued; ++taken)
+  for (int taken = 0; taken < queued; ++taken) {
     for (const int offset : neighbours) {
       const int i = queue[taken] + offset;
       if (out[i] != 128) continue;
       out[i] = 255;
       queue[queued++] = i;
     }
+  }
 }
 
 void finish(uint8_t* out, int stride, int width, int height) {

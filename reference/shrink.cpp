@@ -19,14 +19,15 @@ void shrink(const uint8_t* region, ptrdiff_t stride, int width, int height, uint
     for (int i = 0; i < out_width; ++i) {
       const int m = i < averaged_columns || i == 0 ? map[i] : map[i - 1];
       int value;
-      if (j < averaged_rows && i < averaged_columns)
+      if (j < averaged_rows && i < averaged_columns) {
         value = (s[m] + s[m + 1] + s[m + stride] + s[m + stride + 1]) >> 2;
-      else if (j < averaged_rows)
+      } else if (j < averaged_rows) {
         value = (s[m] + s[m + stride]) >> 1;
-      else if (i < averaged_columns)
+      } else if (i < averaged_columns) {
         value = (s[m] + s[m + 1]) >> 1;
-      else
+      } else {
         value = s[m];
+      }
       out[j * out_stride + i] = static_cast<uint8_t>(value);
     }
   }

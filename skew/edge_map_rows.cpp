@@ -198,10 +198,11 @@ int mark_candidates(const GradientPass& pass) {
   for (int y = 1; y < pass.height; ++y) {
     const GradientRow gradient = {pass.source + y * pass.stride, pass.stride, pass.low, magnitudes(y),
                                   sectors(y)};
-    if (y < pass.height - 1)
+    if (y < pass.height - 1) {
       gradient_row(gradient, 1, pass.width - 1, &largest);
-    else
+    } else {
       std::memset(magnitudes(y), 0, words * 64 * sizeof(int16_t));
+    }
     if (y < 2) continue;
     const SuppressionRows rows = {magnitudes(y - 2), magnitudes(y - 1), magnitudes(y), sectors(y - 1)};
     const ptrdiff_t first = (y - 1) * words;

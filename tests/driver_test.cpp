@@ -158,6 +158,22 @@ TEST(Driver, RefusesBadArguments) {
   EXPECT_EQ(99, angle);
 }
 
+// The figures of the manual: a page reduced to 256 x 192, and a strip that is not reduced.
+TEST(Driver, TakesNoMoreMemoryThanStated) {
+  for (const int width : {1024, 4096, 60000}) {
+    SCOPED_TRACE(width);
+    const int height = width > 50000 ? 40 : width / 4 * 3;
+    const Bytes page = lined_page(width, height, width, 4);
+    const size_t reduced_width = width > 50000 ? width : 256,
+                 working = reduced_width * (width > 50000 ? 40 : 192);
+    double angle = 99;
+    test::reset_peak();
+    const size_t before = test::bytes_held();
+    EXPECT_EQ(SKEW_OK, SkewCorrection(page.data(), width, height, &angle));
+    EXPECT_LE(test::peak_bytes_held() - before, working * 12 / 5 + reduced_width * 10 + 110000);
+  }
+}
+
 TEST(Driver, EveryAllocationMayFail) {
   const Bytes page = lined_page(320, 240, 320, 2);
   const std::vector<int> order = {SKEW_OUT_OF_MEMORY, SKEW_EDGE_DETECTION_FAILED, SKEW_OUT_OF_MEMORY,

@@ -126,20 +126,34 @@ TEST(CannyEdge, EqualsThePlainFormOnPagesOfManyContrasts) {
     }
 }
 
-// A weak line that winds through the whole raster, strong at one end only: hysteresis has to follow it in
-// every direction, across words and back.
+// A weak ribbon that winds up and down through the whole raster, strong at its right end only: hysteresis has
+// to follow its outline through all words and back.
 TEST(CannyEdge, FollowsAWindingLine) {
   const int width = 331, height = 90;
-  const auto on_path = [=](int x, int y) {
-    if (y < 4 || y > height - 5 || x < 4 || x > width - 5) return false;
-    if (x / 9 % 4 == 0) return true;
-    return (x / 9 % 4 < 2) == (y < 14) && (y < 14 || y > height - 15);
+  const auto on_ribbon = [=](int x, int y) {
+    if (y < 4 || y > height - 5 || x < 9 || x > width - 10) return false;
+    const int bar = x / 9;
+    return bar % 2 == 0 || (bar % 4 == 1 ? y < 14 : y > height - 15);
   };
-  const Bytes source = drawn(width, height, [&](int x, int y) {
-    return !on_path(x, y) ? 40 : x > width - 12 && y < 14 ? 240 : 66;
-  });
-  expect_plain(source, width, height, {60, 400, 900});
-  expect_plain(source, width, height, {60, 119, 900});
+  const auto ribbon = [&](int at_the_end) {
+    return drawn(width, height, [&](int x, int y) {
+      return !on_ribbon(x, y) ? 40 : x > width - 20 && y < 14 ? at_the_end : 66;
+    });
+  };
+  const Setting setting = {60, 400, 900};
+  EXPECT_EQ(0, count_edges(edge_map(ribbon(66), width, height, setting)));
+  EXPECT_LT(3000, count_edges(edge_map(ribbon(240), width, height, setting)));
+  expect_plain(ribbon(240), width, height, setting);
+}
+
+// The figures of the manual.
+TEST(CannyEdge, TakesNoMoreMemoryThanStated) {
+  const Bytes source(256 * 192, 128);
+  Bytes out(256 * 192);
+  test::reset_peak();
+  const size_t before = test::bytes_held();
+  EXPECT_EQ(0, CannyEdge(source.data(), out.data(), 60, 120, 256, 192, 90));
+  EXPECT_LE(test::peak_bytes_held() - before, 256u * 192 * 5 / 16 + 256 * 10 + 400);
 }
 
 TEST(CannyEdge, RefusesWithoutWriting) {
