@@ -13,6 +13,7 @@
 #include <string>
 
 #include "accuracy/methods.h"
+#include "accuracy/scans.h"
 #include "accuracy/truth.h"
 
 namespace accuracy {
@@ -23,6 +24,7 @@ struct Options {
   int rounds = 3;
   double limit = 15;
   std::string cache, csv, pictures;  // folders and a file; empty: none
+  std::string scans, list;           // a folder of scanned pages, and which of them
   std::string only;                  // measure with this method alone
 };
 
@@ -192,6 +194,10 @@ Options parse(int count, char** values) {
       options.csv = value;
     else if (key == "--pictures")
       options.pictures = value;
+    else if (key == "--scans")
+      options.scans = value;
+    else if (key == "--list")
+      options.list = value;
     else if (key == "--only")
       options.only = value;
     else
@@ -203,6 +209,10 @@ Options parse(int count, char** values) {
 int run(int count, char** values) {
   const Options options = parse(count, values);
   setMsgSeverity(L_SEVERITY_NONE);
+  if (!options.scans.empty()) {
+    measure_scans(options.scans, options.list);
+    return 0;
+  }
   std::vector<Row> rows;
   for (const Case& c : truth_set(options.base, options.limit, options.rounds)) {
     const Gray page = page_of(c, options.cache);

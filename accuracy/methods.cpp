@@ -2,7 +2,8 @@
 
 #include <leptonica/allheaders.h>
 
-#include <chrono>
+#include <time.h>
+
 #include <cstring>
 #include <stdexcept>
 
@@ -12,14 +13,18 @@
 namespace accuracy {
 namespace {
 
+// Processor time of this thread, so that other work on the machine does not count.
 class Stopwatch {
  public:
-  double milliseconds() const {
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_).count();
-  }
+  double milliseconds() const { return now() - start_; }
 
  private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  static double now() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+  }
+  double start_ = now();
 };
 
 }  // namespace

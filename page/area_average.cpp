@@ -53,8 +53,10 @@ void average_columns(const uint16_t* sums, int width, const Cut* cuts, const uin
     const Cut cut = cuts[i + 1];
     const uint64_t part = cut.fraction != 0 ? uint64_t{cut.fraction} * sums[cut.column] : 0;
     const uint64_t here = prefix[cut.column] * 256 + part;
-    // Both weights are 1/256, rows summing to 256 and columns to the span.
-    out[i] = static_cast<uint8_t>(((here - before) / spans[i] + 128) >> 8);
+    // Both weights are 1/256, rows summing to 256 and columns to the span. A quotient of such small numbers
+    // in doubles, rounded down, is the exact one.
+    const int mean = static_cast<int>(static_cast<double>(here - before) / spans[i]);
+    out[i] = static_cast<uint8_t>((mean + 128) >> 8);
     before = here;
   }
 }

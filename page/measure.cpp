@@ -12,7 +12,10 @@ namespace skew {
 namespace {
 
 constexpr int kSmallestSide = 32;
-constexpr int kLowThreshold = 60, kHighThreshold = 120, kHighCapPercent = 90;
+constexpr int kHighCapPercent = 90;
+// Gradients of an edge. Pale or soft pages show too little above the first pair and are tried with the
+// second.
+constexpr struct { int low, high; } kThresholds[] = {{60, 120}, {30, 60}};
 
 constexpr double kIndexDegrees = 0.2;
 constexpr int kSteps = 30;  // scores on each side of the coarse angle
@@ -30,6 +33,7 @@ constexpr double kNoiseElsewhere = 1.3;   // and hardly more than 1 far from the
 constexpr int kElsewhere[] = {112, 158};  // angle indices from the peak
 constexpr double kDiagonal = 45, kDiagonalReach = 0.5;  // degrees
 
+// The reduced image, and what one pair of thresholds makes of it.
 struct Page {
   ReducedSize size;
   ptrdiff_t stride = 0;
@@ -165,34 +169,44 @@ void judge(const Page& page, const Peak& peak, SkewPage* result) {
   result->verdict = verdict_of(peak, *result);
 }
 
-bool map_edges(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page) {
-  page->size = reduced_size(width, height);
-  if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
+bool reduce(const uint8_t* pixels, int width, ptrdiff_t stride, Page* page) {
   page->stride = padded_stride(page->size.width);
   page->image = allocate_zeroed<uint8_t>(page->size.height, page->stride);
   page->edges = allocate<uint8_t>(page->size.height, page->stride);
-  if (!page->image || !page->edges) return false;
-  return area_average(pixels, width, stride, page->size, page->image.get(), page->stride) &&
-         CannyEdge(page->image.get(), page->edges.get(), kLowThreshold, kHighThreshold, page->size.width,
-                   page->size.height, kHighCapPercent) == 0;
+  return page->image && page->edges && page->profiles.prepare(page->size.width, page->size.height) &&
+         area_average(pixels, width, stride, page->size, page->image.get(), page->stride);
+}
+
+// Measures the reduced page with one pair of thresholds; false if there is no memory.
+bool attempt(int low, int high, Page* page, SkewPage* result) {
+  *result = SkewPage();
+  result->verdict = SKEW_PAGE_BLANK;
+  const ReducedSize& size = page->size;
+  if (CannyEdge(page->image.get(), page->edges.get(), low, high, size.width, size.height, kHighCapPercent) !=
+          0 ||
+      measure_windows(page->edges.get(), size.width, size.height, page->stride, &page->windows) != SKEW_OK)
+    return false;
+  if (page->windows.count == 0) return true;
+  page->points =
+      find_page_points(page->image.get(), page->edges.get(), size.width, size.height, page->stride);
+  if (!page->points.list) return false;
+  const Peak peak = find_peak(page);
+  result->windowsMeasured = page->windows.count;
+  if (!is_noise(page, peak)) judge(*page, peak, result);
+  return true;
 }
 
 // Everything but the details; false if there is no memory.
 bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page, SkewPage* result) {
   *result = SkewPage();
   result->verdict = SKEW_PAGE_BLANK;
-  if (!map_edges(pixels, width, height, stride, page)) return false;
-  if (!page->edges) return true;
-  const ReducedSize& size = page->size;
-  if (measure_windows(page->edges.get(), size.width, size.height, page->stride, &page->windows) != SKEW_OK)
-    return false;
-  if (page->windows.count == 0) return true;
-  page->points =
-      find_page_points(page->image.get(), page->edges.get(), size.width, size.height, page->stride);
-  if (!page->points.list || !page->profiles.prepare(size.width, size.height)) return false;
-  const Peak peak = find_peak(page);
-  result->windowsMeasured = page->windows.count;
-  if (!is_noise(page, peak)) judge(*page, peak, result);
+  page->size = reduced_size(width, height);
+  if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
+  if (!reduce(pixels, width, stride, page)) return false;
+  for (const auto& thresholds : kThresholds) {
+    if (!attempt(thresholds.low, thresholds.high, page, result)) return false;
+    if (result->verdict == SKEW_PAGE_TRUSTED) break;
+  }
   return true;
 }
 

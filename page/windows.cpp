@@ -8,6 +8,8 @@ namespace {
 constexpr int kWindowSide = 256;  // pixels; the one-step search reaches no further
 constexpr size_t kEnoughPoints = 400;
 constexpr size_t kFewPoints = 100;  // where no window has enough
+constexpr int kNear = 2;            // angle indices between windows that say the same
+constexpr int kSettled = 8;         // windows, and four fifths of those with enough points
 constexpr int kVoteReach = 4;       // angle indices; a window votes for its angle and, less, for those nearby
 
 // Windows along a side: the first at its start, the last at its end, half a window apart or less.
@@ -31,34 +33,57 @@ ImgROI window_box(int left, int top, int width, int height) {
   return box;
 }
 
-void keep_windows_with(size_t points, Windows* windows, int measured) {
-  windows->count = 0;
-  for (int i = 0; i < measured; ++i)
-    if (windows->list[i].result.points >= points) windows->list[windows->count++] = windows->list[i];
-}
-
+// Angle indices count up to quarter turns.
 int index_distance(int a, int b) {
   const int distance = a < b ? b - a : a - b;
   return distance < kQuarterTurn - distance ? distance : kQuarterTurn - distance;
 }
 
+// Where some windows have enough points, those that have only a few do not count.
+void drop_thin_windows(Windows* windows) {
+  bool enough = false;
+  for (int i = 0; i < windows->count; ++i) enough = enough || windows->list[i].result.points >= kEnoughPoints;
+  int kept = 0;
+  for (int i = 0; i < windows->count; ++i)
+    if (!enough || windows->list[i].result.points >= kEnoughPoints) windows->list[kept++] = windows->list[i];
+  windows->count = kept;
+}
+
+// True when so many well-filled windows already say the same that the rest need not be asked.
+bool is_settled(const Windows& windows) {
+  int most = 0, filled = 0;
+  for (int i = 0; i < windows.count; ++i) {
+    if (windows.list[i].result.points < kEnoughPoints) continue;
+    ++filled;
+    int near = 0;
+    for (int k = 0; k < windows.count; ++k)
+      near += windows.list[k].result.points >= kEnoughPoints &&
+              index_distance(windows.list[i].result.angle_index, windows.list[k].result.angle_index) <= kNear;
+    if (near > most) most = near;
+  }
+  return most >= kSettled && 5 * most >= 4 * filled;
+}
+
 }  // namespace
 
 int measure_windows(const uint8_t* edges, int width, int height, ptrdiff_t stride, Windows* windows) {
-  const int across = window_count(width), down = window_count(height), count = down * across;
-  windows->list = allocate<Window>(count);
+  const int across = window_count(width), down = window_count(height);
+  *windows = Windows();
+  windows->list = allocate<Window>(down, across);
   if (!windows->list) return SKEW_NO_WORKING_MEMORY;
-  for (int i = 0; i < count; ++i) {
-    Window& window = windows->list[i];
-    window.box = window_box(window_start(i % across, across, width), window_start(i / across, down, height),
-                            width, height);
-    const int status = one_step_search(edges, stride, window.box, &window.result);
-    if (status != SKEW_OK) return status;
+  for (int parity = 0; parity < 2; ++parity) {
+    for (int i = 0; i < down * across; ++i) {
+      if ((i / across + i % across) % 2 != parity) continue;
+      Window window;
+      window.box = window_box(window_start(i % across, across, width), window_start(i / across, down, height),
+                              width, height);
+      const int status = one_step_search(edges, stride, window.box, &window.result);
+      if (status != SKEW_OK) return status;
+      if (window.result.points >= kFewPoints) windows->list[windows->count++] = window;
+    }
+    if (is_settled(*windows)) break;
   }
-  size_t most = 0;
-  for (int i = 0; i < count; ++i)
-    if (windows->list[i].result.points > most) most = windows->list[i].result.points;
-  keep_windows_with(most >= kEnoughPoints ? kEnoughPoints : kFewPoints, windows, count);
+  drop_thin_windows(windows);
   return SKEW_OK;
 }
 

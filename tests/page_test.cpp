@@ -36,6 +36,7 @@ TEST(MeasurePage, FindsTheAngleOfEveryKindOfPage) {
                {"lines, falling, reduced", PageKind::kLines, 1210, 1601, 7.31, 2.5, 30, 10},
                {"lines, rising, landscape", PageKind::kLines, 1100, 800, -13.77, 1.7, 30, 4},
                {"lines, steep, pale", PageKind::kLines, 800, 1000, 38.45, 1.8, 180, 2},
+               {"hardly visible", PageKind::kLines, 800, 1000, 12.02, 1.8, 217, 1},
                {"columns of writing", PageKind::kColumns, 800, 1000, -21.13, 1.6, 30, 4},
                {"table", PageKind::kTable, 800, 1000, 3.99, 1.4, 30, 4},
                {"three lines", PageKind::kThreeLines, 800, 1000, -4.44, 1.5, 30, 4}};

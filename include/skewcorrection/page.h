@@ -28,14 +28,14 @@ enum {
   SKEW_PAGE_TRUSTED = 0, /* several parts of the page agree, and the whole page confirms them */
   SKEW_PAGE_UNCERTAIN =
       1,              /* there is content, but no sure direction: a picture, a few words; angle is a guess */
-  SKEW_PAGE_BLANK = 2 /* no content to measure: empty, plain noise or shading; angle is 0 */
+  SKEW_PAGE_BLANK = 2 /* no content to measure: empty, noise or shading; angle is 0 */
 };
 
 /* What a measurement found. */
 typedef struct SkewPage {
   double angle;        /* degrees, continuous; 0.0 for a blank page */
   int verdict;         /* SKEW_PAGE_TRUSTED, SKEW_PAGE_UNCERTAIN or SKEW_PAGE_BLANK */
-  int windowsMeasured; /* windows with enough edge points to be measured on their own */
+  int windowsMeasured; /* windows that had enough edge points and were measured on their own */
   int windowsAgreeing; /* those of them whose angle lies within a degree of the page's */
   double spread; /* root mean square distance of the agreeing windows' angles from the page's, degrees */
 } SkewPage;
