@@ -17,13 +17,18 @@ set_target_properties(skewcorrection_objects PROPERTIES
 # compilers fuse multiplication and addition on some processors, and results would differ between them.
 add_library(skewcorrection_flags INTERFACE)
 target_compile_options(skewcorrection_flags INTERFACE
-  -ffp-contract=off -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wno-psabi
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  -ffp-contract=off -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wno-psabi)
 target_include_directories(skewcorrection_flags INTERFACE ${PROJECT_SOURCE_DIR})
 if(NOT SKEW_SIMD)
   target_compile_definitions(skewcorrection_flags INTERFACE SKEW_NO_SIMD=1)
 endif()
-target_link_libraries(skewcorrection_objects PRIVATE skewcorrection_flags)
+
+# The library itself does without what would need a C++ runtime.
+add_library(skewcorrection_no_runtime INTERFACE)
+target_compile_options(skewcorrection_no_runtime INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+target_link_libraries(skewcorrection_no_runtime INTERFACE skewcorrection_flags)
+target_link_libraries(skewcorrection_objects PRIVATE skewcorrection_no_runtime)
 
 set(SKEW_AVX2_FORMS OFF)
 if(SKEW_SIMD AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
@@ -48,7 +53,7 @@ function(skew_kernel_sources)
       add_library(skewcorrection_${name} OBJECT ${source})
       set_target_properties(skewcorrection_${name} PROPERTIES
         POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-      target_link_libraries(skewcorrection_${name} PRIVATE skewcorrection_flags)
+      target_link_libraries(skewcorrection_${name} PRIVATE skewcorrection_no_runtime)
       target_compile_definitions(skewcorrection_${name} PRIVATE SKEW_AVX2_BUILD=1)
       target_compile_options(skewcorrection_${name} PRIVATE -mavx2)
       set_property(GLOBAL APPEND PROPERTY SKEW_KERNEL_OBJECTS $<TARGET_OBJECTS:skewcorrection_${name}>)
