@@ -2,15 +2,11 @@
 // until it succeeds: each time the documented result and outputs, and not one block left over.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstring>
 #include <functional>
 #include <set>
 
-#include "include/skewcorrection/analysis.h"
-#include "include/skewcorrection/convert.h"
-#include "include/skewcorrection/enhance.h"
-#include "include/skewcorrection/rotate.h"
-#include "include/skewcorrection/skew.h"
+#include "include/skewcorrection/skewcorrection.h"
 #include "tests/support/allocations.h"
 #include "tests/support/jni_table.h"
 #include "tests/support/log_capture.h"
@@ -176,6 +172,28 @@ TEST(OutOfMemory, RotatingFilteringAndConverting) {
              if (result == 0) CopyToGlobalBuffer(page.data(), -1, 1);
              return result; },
        [] { return true; }},
+  });
+}
+
+TEST(OutOfMemory, MeasuringAPage) {
+  const Bytes page = lined_page();
+  SkewPage found;
+  SkewPageDetails details;
+  const auto untouched = [&] { return found.angle == kUntouched && found.verdict == 77; };
+  const auto reset = [&] { found = SkewPage{}; found.angle = kUntouched; found.verdict = 77; };
+
+  exhaust_all({
+      {"skew_measure_page", {2},
+       [&] { reset(); return skew_measure_page(page.data(), kWidth, kHeight, kWidth, &found); }, untouched},
+      {"skew_measure_page_details", {2},
+       [&] { reset();
+             std::memset(&details, kMark, sizeof details);
+             const int result = skew_measure_page_details(page.data(), kWidth, kHeight, kWidth, &found, &details);
+             if (result == 0) skew_free_page_details(&details);
+             return result; },
+       [&] { return untouched() && details.pWorking == nullptr && details.pEdges == nullptr &&
+                    details.pWindows == nullptr && details.pScores == nullptr && details.windowCount == 0 &&
+                    details.scoreCount == 0; }},
   });
 }
 
