@@ -7,12 +7,13 @@ import java.util.Objects;
  *
  * <p>Angles are degrees, multiples of 0.2 from -45 to 45. A positive angle means that the text lines fall to the
  * right as displayed; the levelled image is the original turned counter-clockwise by it. Magnitudes below 0.2 leave
- * the image as it is. Pages that lie on their side or upside down stay so.
+ * the image as it is. Pages that lie on their side or upside down stay so. The measurePage methods answer more finely,
+ * slower, and with a verdict; they need no lock.
  *
  * <p>Pixel layouts are those of {@link ImgSkewCorrectionLib}. Arrays may be longer than the image; what lies beyond
  * is left alone. Both sides of an image must be at least 32 pixels.
  *
- * <p>All methods may be called from any thread. They run one after the other, because the native library allows one
+ * <p>All methods may be called from any thread. The others run one after the other, because the native library allows one
  * call at a time; they hold the monitor of {@link ImgSkewCorrectionLib}'s class meanwhile, and code that calls the
  * native methods itself should hold it too.
  *
@@ -54,12 +55,7 @@ public final class Deskewer {
    */
   public static double measureRgb(byte[] pixels, int width, int height) {
     require(pixels, "pixels", pixels.length, 3, width, height);
-    byte[] gray = new byte[width * height];
-    for (int i = 0; i < gray.length; ++i) {
-      int red = pixels[3 * i] & 255, green = pixels[3 * i + 1] & 255, blue = pixels[3 * i + 2] & 255;
-      gray[i] = (byte) ((306 * red + 601 * green + 117 * blue) >> 10); // the library's own luma
-    }
-    return measureGray(gray, width, height);
+    return measureGray(grayOfRgb(pixels, width * height), width, height);
   }
 
   /**
@@ -75,6 +71,51 @@ public final class Deskewer {
     synchronized (ImgSkewCorrectionLib.class) {
       return angle(ImgSkewCorrectionLib.ImgSkewCorrect_Preview(pixels, width, height, 0, 0, 0, 0, PATH));
     }
+  }
+
+  /**
+   * Measures a whole ARGB page and says how far the angle can be relied on. Needs width * height bytes for a gray copy.
+   *
+   * @param pixels width * height pixels
+   * @param width columns
+   * @param height rows
+   * @return the angle and the verdict
+   */
+  public static PageAngle measurePageArgb(int[] pixels, int width, int height) {
+    require(pixels, "pixels", pixels.length, 1, width, height);
+    byte[] gray = new byte[width * height];
+    for (int i = 0; i < gray.length; ++i) {
+      gray[i] = luma(pixels[i] >> 16, pixels[i] >> 8, pixels[i]);
+    }
+    return measurePageGray(gray, width, height);
+  }
+
+  /**
+   * Measures a whole RGB page and says how far the angle can be relied on. Needs width * height bytes for a gray copy.
+   *
+   * @param pixels 3 * width * height bytes
+   * @param width columns
+   * @param height rows
+   * @return the angle and the verdict
+   */
+  public static PageAngle measurePageRgb(byte[] pixels, int width, int height) {
+    require(pixels, "pixels", pixels.length, 3, width, height);
+    return measurePageGray(grayOfRgb(pixels, width * height), width, height);
+  }
+
+  /**
+   * Measures a whole gray page and says how far the angle can be relied on.
+   *
+   * @param pixels width * height bytes
+   * @param width columns
+   * @param height rows
+   * @return the angle and the verdict
+   */
+  public static PageAngle measurePageGray(byte[] pixels, int width, int height) {
+    require(pixels, "pixels", pixels.length, 1, width, height);
+    double[] result = new double[5];
+    check(PageLib.measureGray(pixels, width, height, result));
+    return new PageAngle(result);
   }
 
   /**
@@ -171,6 +212,19 @@ public final class Deskewer {
     double angle = measureGray(pixels, width, height);
     check(PageLib.rotateGray(pixels, result, width, height, angle));
     return angle;
+  }
+
+  private static byte[] grayOfRgb(byte[] rgb, int count) {
+    byte[] gray = new byte[count];
+    for (int i = 0; i < count; ++i) {
+      gray[i] = luma(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]);
+    }
+    return gray;
+  }
+
+  /** The library's own luma, of the low 8 bits of each channel. */
+  private static byte luma(int red, int green, int blue) {
+    return (byte) ((306 * (red & 255) + 601 * (green & 255) + 117 * (blue & 255)) >> 10);
   }
 
   /** The angle of the call that returned this code; the caller holds the lock since before that call. */

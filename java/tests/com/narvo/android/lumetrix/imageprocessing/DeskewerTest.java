@@ -47,6 +47,23 @@ class DeskewerTest {
   }
 
   @Test
+  void aWholePageIsMeasuredFinelyAndWithAVerdict() {
+    int width = 1001, height = 1100;
+    int[] page = Pages.argb(width, height, -3.37);
+    PageAngle found = Deskewer.measurePageArgb(page, width, height);
+    assertEquals(-3.37, found.angle(), 0.1);
+    assertEquals(PageAngle.Verdict.TRUSTED, found.verdict());
+    assertTrue(found.windowsAgreeing() > 1 && found.windowsAgreeing() <= found.windowsMeasured());
+    assertTrue(found.spread() >= 0 && found.spread() < 1);
+    assertEquals(found.angle(), Deskewer.measurePageRgb(Pages.rgb(page), width, height).angle());
+
+    PageAngle nothing = Deskewer.measurePageGray(new byte[width * height], width, height);
+    assertEquals(PageAngle.Verdict.BLANK, nothing.verdict());
+    assertEquals(0.0, nothing.angle());
+    assertEquals(0, Ledger.held());
+  }
+
+  @Test
   void badCallsAreRefusedWithAReason() {
     List<Executable> calls = new ArrayList<>();
     calls.add(() -> Deskewer.measureArgb(argb, 31, HEIGHT));
@@ -54,6 +71,7 @@ class DeskewerTest {
     calls.add(() -> Deskewer.measureArgb(argb, WIDTH + 1, HEIGHT));
     calls.add(() -> Deskewer.measureArgb(argb, 65536, 65536));
     calls.add(() -> Deskewer.measureRgb(gray, WIDTH, HEIGHT));
+    calls.add(() -> Deskewer.measurePageGray(gray, WIDTH, HEIGHT + 1));
     calls.add(() -> Deskewer.deskewRgb(rgb, 43691, 32768));
     calls.add(() -> Deskewer.deskewArgb(argb, new int[argb.length - 1], WIDTH, HEIGHT));
     calls.add(() -> Deskewer.deskewGray(gray, gray, WIDTH, HEIGHT));
