@@ -134,7 +134,18 @@ inline U8 zip_high(U8 a, U8 b) {
 #endif
 }
 
-// The first 16 bytes to one place and, where there are 32, the others to another.
+// The first 16 bytes from one place and, where there are 32, the others from another.
+inline U8 load_halves(const uint8_t* first, const uint8_t* second) {
+#if defined(SKEW_AVX2_BUILD)
+  const __m256i low = _mm256_castsi128_si256(_mm_loadu_si128((const __m128i*)first));
+  return (U8)_mm256_inserti128_si256(low, _mm_loadu_si128((const __m128i*)second), 1);
+#else
+  (void)second;
+  return load<U8>(first);
+#endif
+}
+
+// Stores them the same way.
 inline void store_halves(uint8_t* first, uint8_t* second, U8 v) {
 #if defined(SKEW_AVX2_BUILD)
   _mm_storeu_si128((__m128i*)first, _mm256_castsi256_si128((__m256i)v));

@@ -24,13 +24,14 @@ struct EdgePoints {
   Buffer<EdgePoint> list;
 };
 
-size_t count_edge_points(const EdgeBox& box);
+// Counts the points of each row, modulo 65536, and returns how many there are in all.
+size_t count_rows(const EdgeBox& box, uint16_t* rows);
+
+// Counts the points of each column, modulo 65536.
+void count_columns(const EdgeBox& box, uint16_t* columns);
 
 // The non-zero pixels of a box, rows from the top down and each from the left; count is what
-// count_edge_points() gives. Coordinates are reduced by the mask. The list is null if there is no memory.
+// count_rows() gives. Coordinates are reduced by the mask. The list is null if there is no memory.
 EdgePoints list_edge_points(const EdgeBox& box, size_t count, uint16_t mask);
-
-// Adds the points of each row and of each column to the counts, which are not cleared first.
-void count_rows_and_columns(const EdgeBox& box, uint16_t* rows, uint16_t* columns);
 
 }  // namespace skew

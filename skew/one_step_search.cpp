@@ -37,8 +37,10 @@ class Search {
   void run(OneStepResult* best) {
     for (int index = kCoarseStep; index <= kLargestIndex; index += kCoarseStep) try_both_signs(index, best);
     const int coarse = best->angle_index;
-    for (int index = coarse - kCoarseStep + 1; index < coarse + kCoarseStep; ++index)
-      if (index >= -kLargestIndex && index <= kLargestIndex) try_one(index, best);
+    for (int index = coarse - kCoarseStep + 1; index < coarse + kCoarseStep; ++index) {
+      const bool tried = index == coarse && coarse != 0;  // zero was scored without wrapping
+      if (!tried && index >= -kLargestIndex && index <= kLargestIndex) try_one(index, best);
+    }
   }
 
  private:
@@ -68,12 +70,16 @@ class Search {
   Projector rows_, columns_;
 };
 
-// The score of the points as they lie; here coordinates do not wrap around.
-bool score_level(const EdgeBox& box, double* score) {
-  const Buffer<uint16_t> counts = allocate_zeroed<uint16_t>(box.height + box.width);
-  if (!counts) return false;
-  count_rows_and_columns(box, counts.get(), counts.get() + box.height);
-  *score = sum_of_squares(counts.get(), box.height) * sum_of_squares(counts.get() + box.height, box.width);
+// Counts the points and scores them as they lie; here coordinates do not wrap around. False if there is no
+// memory.
+bool score_level(const EdgeBox& box, OneStepResult* result) {
+  const Buffer<uint16_t> rows = allocate<uint16_t>(box.height), columns = allocate<uint16_t>(box.width);
+  if (!rows || !columns) return false;
+  result->points = count_rows(box, rows.get());
+  if (result->points < kOneStepPoints) return true;
+  count_columns(box, columns.get());
+  result->level_score = sum_of_squares(rows.get(), box.height) * sum_of_squares(columns.get(), box.width);
+  result->score = result->level_score;
   return true;
 }
 
@@ -82,25 +88,19 @@ bool score_level(const EdgeBox& box, double* score) {
 int one_step_search(const uint8_t* edge, ptrdiff_t stride, const ImgROI& roi, OneStepResult* result) {
   *result = OneStepResult();
   const EdgeBox box = edge_box(edge, stride, roi);
-  const size_t count = count_edge_points(box);
-  if (count < kOneStepPoints) {
-    result->points = count;
-    return SKEW_OK;
-  }
-
   OneStepResult best;
-  best.points = count;
-  if (!score_level(box, &best.level_score)) return SKEW_NO_WORKING_MEMORY;
-  best.score = best.level_score;
-  EdgePoints points;
-  points.count = count;
-  if (box.width > kCoordinates || box.height > kCoordinates || !strips_pay(box, count)) {
-    points = list_edge_points(box, count, kCoordinates - 1);
-    if (!points.list) return SKEW_NO_WORKING_MEMORY;
+  if (!score_level(box, &best)) return SKEW_NO_WORKING_MEMORY;
+  if (best.points >= kOneStepPoints) {
+    EdgePoints points;
+    points.count = best.points;
+    if (box.width > kCoordinates || box.height > kCoordinates || !strips_pay(box, best.points)) {
+      points = list_edge_points(box, best.points, kCoordinates - 1);
+      if (!points.list) return SKEW_NO_WORKING_MEMORY;
+    }
+    Search search;
+    if (!search.prepare(box, points)) return SKEW_NO_WORKING_MEMORY;
+    search.run(&best);
   }
-  Search search;
-  if (!search.prepare(box, points)) return SKEW_NO_WORKING_MEMORY;
-  search.run(&best);
   *result = best;
   return SKEW_OK;
 }

@@ -77,7 +77,7 @@ double sum_of_squares(const uint16_t* counts, int bins) {
 
 #if SKEW_SIMD
 bool strips_pay(const EdgeBox& box, size_t points) {
-  return points > static_cast<uint64_t>(box.width) * box.height / 32;
+  return points > static_cast<uint64_t>(box.width) * box.height / 48;
 }
 #else
 bool strips_pay(const EdgeBox&, size_t) { return false; }

@@ -27,29 +27,31 @@ inline void transpose(U8 (&rows)[kTile]) {
 
 inline U8 one_if_set(U8 pixels) { return (U8)(pixels != 0) & 1; }
 
-// count pixels from (x, y) on; zeros stand for those outside the box.
-template <int count>
-inline void load_pixels(const EdgeBox& box, int x, int y, uint8_t* out) {
-  const uint8_t* from = box.pixels + y * box.stride + x;
-  if (y < box.height && x + count <= box.width) {
-    std::memcpy(out, from, count);
-    return;
-  }
-  std::memset(out, 0, count);
-  if (y < box.height) std::memcpy(out, from, static_cast<size_t>(box.width - x));
+// The kTile pixels from (x, y) on, and those kTile rows below where the strip is as wide as two tiles.
+inline U8 load_tile_row(const EdgeBox& box, int x, int y) {
+  const uint8_t* row = box.pixels + y * box.stride + x;
+  return load_halves(row, row + (kStrip - kTile) * box.stride);
+}
+
+// The same for rows that may lie outside the box, or end there before kTile pixels; zeros stand for what is
+// missing.
+U8 load_edge_row(const EdgeBox& box, int x, int y) {
+  uint8_t pixels[kStrip] = {};
+  const int inside = box.width - x < kTile ? box.width - x : kTile;
+  for (int half = 0; half < kStrip; half += kTile)
+    if (y + half < box.height)
+      std::memcpy(pixels + half, box.pixels + (y + half) * box.stride + x, static_cast<size_t>(inside));
+  return load<U8>(pixels);
 }
 
 // The strip that starts at row y, column after column.
 void fill_strip_of_rows(const EdgeBox& box, int y, uint8_t* counts) {
   U8 sum = {};
   for (int x = 0; x < box.width; x += kTile) {
+    const bool inside = x + kTile <= box.width && y + kStrip <= box.height;
     U8 columns[kTile];
-    for (int i = 0; i < kTile; ++i) {
-      uint8_t pixels[kStrip];
-      for (int half = 0; half < kStrip; half += kTile)
-        load_pixels<kTile>(box, x, y + i + half, pixels + half);
-      columns[i] = one_if_set(load<U8>(pixels));
-    }
+    for (int i = 0; i < kTile; ++i)
+      columns[i] = one_if_set(inside ? load_tile_row(box, x, y + i) : load_edge_row(box, x, y + i));
     transpose(columns);
     const int end = box.width - x < kTile ? box.width - x : kTile;
     for (int i = 0; i < end; ++i, counts += kStrip) {
@@ -62,12 +64,14 @@ void fill_strip_of_rows(const EdgeBox& box, int y, uint8_t* counts) {
 
 // The strip that starts at column x, row after row.
 void fill_strip_of_columns(const EdgeBox& box, int x, uint8_t* counts) {
+  const int inside = box.width - x < kStrip ? box.width - x : kStrip;
   U8 sum = {};
   for (int y = 0; y < box.height; ++y, counts += kStrip) {
-    uint8_t pixels[kStrip];
-    load_pixels<kStrip>(box, x, y, pixels);
+    const uint8_t* row = box.pixels + y * box.stride + x;
+    uint8_t pixels[kStrip] = {};
+    if (inside < kStrip) std::memcpy(pixels, row, static_cast<size_t>(inside));
     store(counts, sum);
-    sum += one_if_set(load<U8>(pixels));
+    sum += one_if_set(load<U8>(inside < kStrip ? pixels : row));
   }
   store(counts, sum);
 }
@@ -141,43 +145,52 @@ struct Group {
   int lowest, highest;  // of their products with the cosine
 };
 
+Group group_of(const uint16_t* cosine, int begin, int end) {
+  uint16_t lowest = cosine[begin], highest = lowest;
+  for (int i = begin; i < end; ++i) {
+    lowest = cosine[i] < lowest ? cosine[i] : lowest;
+    highest = cosine[i] > highest ? cosine[i] : highest;
+  }
+  return {end, lowest, highest};
+}
+
 // From the given main coordinate of the strip on, as many as can neither overflow a byte nor reach over the
-// zeros.
+// zeros: for sound products all but the smallest angles' strips are one group.
 Group group_from(const uint16_t* cosine, int begin, int end, const Runs& runs) {
   const int most = kLongestRun / runs.longest;
-  Group group = {begin, cosine[begin], cosine[begin]};
-  while (group.end < end && group.end - begin < most) {
-    const int product = cosine[group.end];
-    const int lowest = product < group.lowest ? product : group.lowest;
-    const int highest = product > group.highest ? product : group.highest;
-    if (highest - lowest >= kStrip) break;
-    group = {group.end + 1, lowest, highest};
-  }
+  int count = end - begin < most ? end - begin : most;
+  Group group = group_of(cosine, begin, begin + count);
+  while (group.highest - group.lowest >= kStrip) group = group_of(cosine, begin, begin + --count);
   return group;
 }
 
-// Adds rows, each moved by its own number of bytes, to the bins.
-void add_rows(const uint8_t* const* rows, int count, int length, uint16_t* bins) {
-  for (int at = 0; at < length; at += kStrip) {
-    U8 sum = load<U8>(rows[0] + at);
-    for (int i = 1; i < count; ++i) sum += load<U8>(rows[i] + at);
-    add_widened(bins + at, sum);
+// Adds rows, which start at offsets from counts, to the bins.
+void add_rows(const uint8_t* counts, const int* offsets, int rows, int length, uint16_t* bins) {
+  for (int at = 0; at < length; at += kStrip, counts += kStrip) {
+    U8 even = {}, odd = {};
+    int i = 0;
+    for (; i + 4 <= rows; i += 4) {
+      even += load<U8>(counts + offsets[i]) + load<U8>(counts + offsets[i + 1]);
+      odd += load<U8>(counts + offsets[i + 2]) + load<U8>(counts + offsets[i + 3]);
+    }
+    for (; i < rows; ++i) even += load<U8>(counts + offsets[i]);
+    add_widened(bins + at, even + odd);
   }
 }
 
 void add_strip(RunCounts& counts, const Runs& runs, const uint16_t* cosine, int main_count,
                uint16_t* differences, uint16_t* sums) {
-  const uint8_t* rows[kStrip];
+  int offsets[kStrip];
   for (int begin = 0; begin < main_count;) {
     const Group group = group_from(cosine, begin, main_count, runs);
-    const int count = group.end - begin, length = runs.count + group.highest - group.lowest;
+    const int rows = group.end - begin, length = runs.count + group.highest - group.lowest;
     if (differences) {
-      for (int i = 0; i < count; ++i) rows[i] = counts.row(begin + i) - (group.highest - cosine[begin + i]);
-      add_rows(rows, count, length, differences + runs.first - group.highest);
+      for (int i = 0; i < rows; ++i) offsets[i] = i * RunCounts::kPitch + cosine[begin + i] - group.highest;
+      add_rows(counts.row(begin), offsets, rows, length, differences + runs.first - group.highest);
     }
     if (sums) {
-      for (int i = 0; i < count; ++i) rows[i] = counts.row(begin + i) - (cosine[begin + i] - group.lowest);
-      add_rows(rows, count, length, sums + runs.first + group.lowest);
+      for (int i = 0; i < rows; ++i) offsets[i] = i * RunCounts::kPitch + group.lowest - cosine[begin + i];
+      add_rows(counts.row(begin), offsets, rows, length, sums + runs.first + group.lowest);
     }
     begin = group.end;
   }

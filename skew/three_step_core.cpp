@@ -29,23 +29,26 @@ class Search {
         cross_length_(axis == Axis::kRows ? box.width : box.height),
         reach_(reach_of(box)) {}
 
+  // Counts the points and scores them as they lie. False if there is no memory.
+  bool score_level(double* score) {
+    const Buffer<uint16_t> rows = allocate<uint16_t>(box_.height), columns = allocate<uint16_t>(box_.width);
+    if (!rows || !columns) return false;
+    points_.count = count_rows(box_, rows.get());
+    *score = sum_of_squares(rows.get(), box_.height);
+    if (axis_ == Axis::kRows) return true;
+    count_columns(box_, columns.get());
+    *score = sum_of_squares(columns.get(), box_.width);
+    return true;
+  }
+
+  // False if there is no memory.
   bool prepare() {
-    points_.count = count_edge_points(box_);
     if (!strips_pay(box_, points_.count)) {
       points_ = list_edge_points(box_, points_.count, 0xFFFF);
       if (!points_.list) return false;
     }
     products_ = allocate<uint16_t>(uint64_t{1} * main_length_ + cross_length_);
     return products_ && projector_.prepare(box_, points_, axis_, reach_);
-  }
-
-  bool score_level(double* score) const {
-    const Buffer<uint16_t> counts = allocate_zeroed<uint16_t>(box_.height + box_.width);
-    if (!counts) return false;
-    count_rows_and_columns(box_, counts.get(), counts.get() + box_.height);
-    *score = axis_ == Axis::kRows ? sum_of_squares(counts.get(), box_.height)
-                                  : sum_of_squares(counts.get() + box_.height, box_.width);
-    return true;
   }
 
   ThreeStepResult run(double level) {
@@ -57,12 +60,14 @@ class Search {
     if (coarse.row == 0) return {best.row, best.score};
     const Sign side = coarse.row > 0 ? Sign::kDifference : Sign::kSum;
     const int centre = coarse.row > 0 ? best.row : -best.row;
-    refine(side, centre - kFinePerCoarse, centre + kFinePerCoarse, &best);
+    const int first = centre - kFinePerCoarse;
+    refine(side, first, centre + kFinePerCoarse, &best);
 
-    // In doubles, as written: the two ends are not always one row apart.
+    // In doubles, as written: the two ends are not always one row apart. Rows that were tried cannot win
+    // again.
     const int row = best.row < 0 ? -best.row : best.row;
     const int low = static_cast<int>((row * 0.2 - 0.2) * 5), high = static_cast<int>((row * 0.2 + 0.2) * 5);
-    refine(side, low < 0 ? 0 : low, high, &best);
+    refine(side, low < 0 ? 0 : low, high < first ? high : first, &best);
     return {best.row, best.score};
   }
 

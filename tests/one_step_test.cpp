@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "core/simd.h"
 #include "include/skewcorrection/skew.h"
 #include "reference/search.h"
 #include "skew/one_step_search.h"
@@ -154,6 +155,25 @@ TEST(OneStep, ReportsEveryFailedAllocation) {
         EXPECT_EQ(0.0, angle);
       }
     }
+  }
+}
+
+TEST(OneStep, UsesNoMoreHeapThanItSays) {
+  const struct {
+    int width, height, chance;
+  } cases[] = {{8, 9, 1000},   {1, 256, 600},    {189, 189, 220},
+               {189, 189, 10}, {256, 256, 1000}, {300, 270, 100}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.chance);
+    const Map map = noise(c.width, c.height, c.chance, 1);
+    OneStepResult result;
+    const size_t before = test::bytes_held();
+    test::reset_peak();
+    EXPECT_EQ(0, one_step_search(map.pixels.data(), map.stride, map.roi, &result));
+    const size_t pixels = size_t{2} * (c.width + 32) * (c.height + 32);
+    const size_t points = 4 * result.points + size_t{2} * (c.width + c.height);
+    const bool listed = !SKEW_SIMD || c.width > 256 || c.height > 256;
+    EXPECT_LE(test::peak_bytes_held() - before, (listed ? points : pixels) + 6 * 1024);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "core/simd.h"
 #include "include/skewcorrection/skew.h"
 #include "reference/search.h"
 #include "reference/three_step.h"
@@ -230,6 +231,22 @@ TEST(ThreeSteps, ReportsEveryFailedAllocation) {
       EXPECT_EQ(260, found.status);
       EXPECT_TRUE(found.angle == 0.0 && found.score == -1 && found.copy == -1);
     }
+  }
+}
+
+TEST(ThreeSteps, UseNoMoreHeapThanTheySay) {
+  for (const int chance : {5, 300, 1000}) {
+    const Map map = noise(220, 90, chance, 1);
+    const Tables tables(220, 90, Text::kVertical);
+    size_t points = 0;
+    for (int y = 0; y < 90; ++y)
+      for (int x = 0; x < 220; ++x)
+        points += map.pixels[static_cast<size_t>(map.roi.top + y) * map.stride + map.roi.left + x] != 0;
+    const size_t before = test::bytes_held();
+    test::reset_peak();
+    EXPECT_EQ(0, find(map, tables, Text::kVertical).status);
+    const size_t box = SKEW_SIMD ? (220 + 32) * (90 + 32) : 4 * points;
+    EXPECT_LE(test::peak_bytes_held() - before, box + 10 * (220 + 90) + 1024);
   }
 }
 

@@ -87,7 +87,8 @@ SKEW_API int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowTh
  *           all because its bounds are inverted, and on failure
  * Returns 0, or 260 if the working memory cannot be allocated.
  * Extra heap: for a box of w by h pixels, both up to 256, less than 2 * (w + 32) * (h + 32) bytes and 6 KB; for
- * others 4 bytes for each edge point, 4 for each row and column, and 6 KB. */
+ * larger ones, and in a library built without vectors, 4 bytes for each edge point, 2 for each row and column,
+ * and 6 KB. */
 SKEW_API int SkewAngleDetect_HOR_OneStep(const uint8_t* pEdge, int stride, ImgROI roi, double* pAngle);
 
 /* The score of one projection: the sum of the squares of binCount counts, added in order to a double.
@@ -113,7 +114,8 @@ SKEW_API double GetVariance(const uint16_t* pHistogram, int binCount);
  * A box without points gives angle 0.0 and score 0.0, and so does one with inverted bounds, for which nothing is
  * read. Returns 0, or 260 if the working memory cannot be allocated; then *pAngle is 0.0 and the other two are
  * left alone.
- * Extra heap: less than (w + 32) * (h + 32) bytes, and 10 for each row and column of the box. */
+ * Extra heap: less than (w + 32) * (h + 32) bytes, or in a library built without vectors 4 bytes for each edge
+ * point; 10 for each row and column of the box, and 1 KB. */
 SKEW_API int SkewAngleDetect_ThreeSteps_F(const uint8_t* pEdge, int width, ImgROI roi, double* pAngle,
                                           const uint16_t* pCoarseSin, const uint16_t* pCoarseCos,
                                           const uint16_t* pFineSin, const uint16_t* pFineCos, double* pScore,
