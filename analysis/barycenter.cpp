@@ -1,7 +1,7 @@
 // The centre of mass from whole-number sums: exact, whatever the order.
 #include <cstddef>
 
-#include "analysis/scan_rows.h"
+#include "analysis/row_sums.h"
 #include "core/cpu.h"
 #include "include/skewcorrection/analysis.h"
 

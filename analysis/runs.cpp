@@ -2,33 +2,37 @@
 // stretches without change are skipped 64 pixels at a time.
 #include "analysis/runs.h"
 
-#include "analysis/scan_rows.h"
-#include "core/cpu.h"
+#include <cstring>
+
+#include "core/simd.h"
 
 namespace skew {
 namespace {
 
 constexpr int kWordBits = 64;
-constexpr int kWords =
-    kWidestRunRow / kWordBits + 1;  // with at least one bit past the row, which ends a last run
+constexpr int kWords = kWidestRunRow / kWordBits + 1;  // the bit past the row ends a last run
 
-int match_fast(const uint8_t* row, int width, uint8_t value, uint8_t* bits) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::match_vectors(row, width, value, bits);
-#endif
+// Sets the bits of the first pixels, as many as whole vectors hold; returns how many those are. The processor
+// is a little-endian one. Wider vectors gain nothing here: most of the time goes into the runs.
+int find_matches(const uint8_t* row, int width, uint8_t value, uint64_t* words) {
+  int x = 0;
 #if SKEW_SIMD
-  return match_vectors(row, width, value, bits);
+  const U8 wanted = U8{} + value;
+  for (; width - x >= kLanes8; x += kLanes8) {
+    const uint32_t bits = mask_bits((U8)(load<U8>(row + x) == wanted));
+    std::memcpy(reinterpret_cast<uint8_t*>(words) + x / 8, &bits, kLanes8 / 8);
+  }
 #else
-  (void)row, (void)width, (void)value, (void)bits;
-  return 0;
+  (void)row, (void)width, (void)value, (void)words;
 #endif
+  return x;
 }
 
 }  // namespace
 
 int find_runs(const uint8_t* row, int width, uint8_t value, Run* runs) {
   uint64_t words[kWords] = {};
-  int x = match_fast(row, width, value, reinterpret_cast<uint8_t*>(words));
+  int x = find_matches(row, width, value, words);
   for (; x < width; ++x) words[x / kWordBits] |= uint64_t{row[x] == value} << x % kWordBits;
 
   Run* run = runs;

@@ -1,19 +1,9 @@
-#include "analysis/scan_rows.h"
+#include "analysis/row_sums.h"
 
 #if SKEW_SIMD
 
 namespace skew {
 inline namespace SKEW_LANES {
-
-int match_vectors(const uint8_t* row, int width, uint8_t value, uint8_t* bits) {
-  const U8 wanted = (U8){} + value;
-  int x = 0;
-  for (; width - x >= kLanes8; x += kLanes8) {
-    const uint32_t found = mask_bits((U8)(load<U8>(row + x) == wanted));
-    std::memcpy(bits + x / 8, &found, kLanes8 / 8);  // every processor in use is little-endian
-  }
-  return x;
-}
 
 namespace {
 
