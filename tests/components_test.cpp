@@ -175,6 +175,34 @@ TEST(Components, NeverOverrunTheTable) {
   EXPECT_EQ(record(0, 1, 18, 18, 2, 2), many[6 * 1332]);
 }
 
+TEST(Components, DropSpecksFromTheFirstRecordAbove8000) {
+  const auto run = [](Raster* raster, int x, int y, int length) {
+    for (int i = 0; i < length; ++i) raster->at(x + i, y) = 1;
+  };
+  for (const int more : {8, 9}) {
+    Raster dots(3995, 9);
+    for (int y = 0; y < 8; y += 2)
+      for (int x = 0; x < dots.width; x += 2) run(&dots, x, y, 1);
+    for (int i = 0; i < more; ++i) run(&dots, 2 * i, 8, 1);
+    EXPECT_EQ(more == 8 ? 8000u : 9u, components(dots, 1).size());
+  }
+
+  Raster bars(3995, 27);  // 799 bars of 4 pixels in each of ten rows
+  for (int y = 0; y < 20; y += 2)
+    for (int x = 0; x < 3995; x += 5) run(&bars, x, y, 4);
+  for (int i = 0; i < 8; ++i) run(&bars, 5 * i, 20, 4);
+  run(&bars, 100, 20, 1);  // dropped by row 22, which leaves exactly 8000
+  run(&bars, 0, 22, 4);
+  run(&bars, 5, 22, 4);
+  run(&bars, 0, 24, 1);  // one too many: row 26 is not looked at
+  run(&bars, 0, 26, 1);
+  const auto kept = components(bars, 1);
+  ASSERT_EQ(8001u, kept.size());
+  EXPECT_EQ(record(35, 38, 20, 20, 4, 4), kept[7997]);
+  EXPECT_EQ(record(0, 3, 22, 22, 4, 4), kept[7998]);
+  EXPECT_EQ(record(0, 0, 24, 24, 1, 1), kept[8000]);
+}
+
 TEST(Components, KeepTheirIdentityWhenTheTableIsCompacted) {
   test::Random random(8);
   for (int round = 0; round < 6; ++round) {
