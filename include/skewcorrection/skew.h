@@ -1,7 +1,8 @@
 /* From a gray page image to the angle of its text lines, in one call or step by step.
  *
  * Rasters hold one byte a pixel. "Padded" rows lie (width + 3) & ~3 bytes apart, the width raised to a
- * multiple of 4; the bytes past the width are never taken for pixels. Regions (ImgROI, types.h) are inclusive.
+ * multiple of 4; the bytes past the width are never taken for pixels. Regions (ImgROI, types.h) are
+ * inclusive.
  *
  * Angles are in degrees. A positive angle means that lines run along (cos, sin) of it with x to the right and
  * y downward: as displayed they fall from left to right. Rotating the image by the reported angle levels
@@ -22,9 +23,9 @@ SKEW_EXTERN_C_BEGIN
  *   width, height  pixels, 32 or more each; sides beyond 65536 are fine
  *   pAngle         receives the angle: a multiple of 0.2 from -45 to 45, exactly 0.0 for a page with too few
  *                  edges to tell. Written only on success.
- * The page is reduced until its shorter side has 192 pixels (a page with a side below 192 keeps its scale), its
- * edges are mapped, and the square around the middle of the content is searched for the angle whose row and
- * column projections are sharpest. Only the reduced page is worked on: of a large one a few rows are read.
+ * The page is reduced until its shorter side has 192 pixels (a page with a side below 192 keeps its scale),
+ * its edges are mapped, and the square around the middle of the content is searched for the angle whose row
+ * and column projections are sharpest. Only the reduced page is worked on: of a large one a few rows are read.
  * Returns
  *   SKEW_OK
  *   SKEW_INVALID_ARGUMENT       a null pointer, a side below 32, or sides so far apart that the reduced page
@@ -40,34 +41,35 @@ SKEW_API int SkewCorrection(const unsigned char* pSrc, int width, int height, do
  *   pSrc                 padded rows
  *   width, height        of the source in pixels; the width sets the row distance, the height is not used
  *   roi                  the region, which must lie inside the source; an inverted one changes nothing
- *   pDst                 dstHeight padded rows; the bytes past a row's dstWidth pixels keep their values. Must not
- *                        overlap the source.
+ *   pDst                 dstHeight padded rows; the bytes past a row's dstWidth pixels keep their values.
+ *                        Must not overlap the source.
  *   dstWidth, dstHeight  pixels; with either below 1 nothing changes
  * Destination columns that have no right neighbour left to average take the source column of the destination
  * column before them; with only one source or destination column they take the region's first.
  * Returns SKEW_OK, or SKEW_NO_WORKING_MEMORY with the destination unchanged.
  * Extra heap: 4 * dstWidth bytes. */
-SKEW_API int ImgShrink_TrackNew(const unsigned char* pSrc, int width, int height, ImgROI roi, unsigned char* pDst,
-                                int dstWidth, int dstHeight);
+SKEW_API int ImgShrink_TrackNew(const unsigned char* pSrc, int width, int height, ImgROI roi,
+                                unsigned char* pDst, int dstWidth, int dstHeight);
 
 /* Maps the edges of a raster: Sobel gradient with the L1 norm, suppression of all but local maxima across the
- * edge, and hysteresis over eight neighbours (J. Canny, "A Computational Approach to Edge Detection", 1986). The
- * raster is not smoothed first.
+ * edge, and hysteresis over eight neighbours (J. Canny, "A Computational Approach to Edge Detection", 1986).
+ * The raster is not smoothed first.
  *   pSrc            padded rows
  *   pDst            padded rows of the same size, not overlapping the source; becomes 255 on edges and 0
- *                   elsewhere, 0 also past the width. The outermost rows and columns repeat the ones beside them.
+ *                   elsewhere, 0 also past the width. The outermost rows and columns repeat the ones beside
+ *                   them.
  *   lowThreshold    a pixel whose gradient (0 ... 2040) is greater may be an edge if connected to a strong one
  *   highThreshold   a pixel whose gradient is greater is strong. The two are exchanged if this is the smaller.
  *   width, height   pixels, 2 or more each
  *   highCapPercent  the high threshold is lowered to this percentage of the strongest gradient (of at least
- *                   128, and counting only gradients of at least the low threshold) if it is above it. 0 or less
- *                   makes every local maximum above the low threshold strong.
+ *                   128, and counting only gradients of at least the low threshold) if it is above it. 0 or
+ *                   less makes every local maximum above the low threshold strong.
  * Any threshold and any percentage will do.
  * Returns 0, or -1 with nothing written: a null pointer, a side below 2, a raster of more than 2^31 - 1 bytes,
- * or no memory. Extra heap: with the width raised to a multiple of 64, 5/16 byte a pixel, 10 bytes a column and
- * 400 bytes. */
-SKEW_API int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowThreshold, int highThreshold, int width,
-                       int height, int highCapPercent);
+ * or no memory. Extra heap: with the width raised to a multiple of 64, 5/16 byte a pixel, 10 bytes a column
+ * and 400 bytes. */
+SKEW_API int CannyEdge(const unsigned char* pSrc, unsigned char* pDst, int lowThreshold, int highThreshold,
+                       int width, int height, int highCapPercent);
 
 /* ---- Angle searches over an edge map ----
  *
