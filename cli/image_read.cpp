@@ -8,8 +8,10 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "cli/failure.h"
+#include "cli/tiff_file.h"
 
 namespace tool {
 
@@ -65,7 +67,7 @@ VImage load(const SourceFile& file, int page, const ReadOptions& options, VipsAc
   try {
     return VImage::new_from_source(source_of(file.path), "", option);
   } catch (const vips::VError&) {
-    throw unreadable("is damaged or not an image");
+    throw unreadable("is damaged");
   }
 }
 
@@ -80,6 +82,15 @@ void check_size(const VImage& image, int64_t max_pixels) {
     throw Failure("has " + size + ", more than 65535 on a side");
   if (max_pixels > 0 && pixels > max_pixels)
     throw Failure("has " + size + ", more than --max-pixels " + std::to_string(max_pixels) + " allows");
+}
+
+// Whether a pixel of one channel takes a single bit, which the image library does not tell.
+bool stores_bits(const SourceFile& file, int page) {
+  if (file.format == Format::kTiff) return tiff_bits(file.path, page) == 1;
+  char start[25] = {};
+  std::ifstream(file.path, std::ios::binary).read(start, sizeof start);
+  if (file.format == Format::kPng) return start[24] == 1;  // the header's bit depth
+  return file.format == Format::kPnm && start[0] == 'P' && (start[1] == '1' || start[1] == '4');
 }
 
 VImage to_gray_or_rgb(VImage image) {
@@ -141,7 +152,7 @@ SourceFile open_source(const std::string& path, const std::string& name, const R
   const char* loader = vips_foreign_find_load_source(source.get_source());
   if (!loader) {
     vips_error_clear();
-    throw Failure("is not an image of a known format");
+    throw Failure("is damaged or not an image of a known format");
   }
   SourceFile file{path, name, Format::kOther, "png", 1};
   for (const auto& known : kFormats) {
@@ -162,7 +173,7 @@ Page read_page(const SourceFile& file, int number, const ReadOptions& options) {
   VImage stored = load(file, number, options, VIPS_ACCESS_SEQUENTIAL);
   check_size(stored, options.max_pixels);
   Page page;
-  page.bilevel = header_int(stored, "bits-per-sample", 8) == 1 && stored.bands() == 1;
+  page.bilevel = stored.bands() == 1 && stores_bits(file, number);
   page.upright_in_file = header_int(stored, VIPS_META_ORIENTATION, 1) <= 1;
   if (!page.upright_in_file) stored = load(file, number, options, VIPS_ACCESS_RANDOM);
   try {

@@ -53,6 +53,10 @@ VImage with_descriptions(const Raster& pixels, const VImage& header) {
           ->set("xres", header.xres())
           ->set("yres", header.yres()));
   vips_image_map(header.get_image(), copy_field, image.get_image());
+  // Both also stand inside the block of EXIF data, which changes only where a field says so.
+  image.set(VIPS_META_ORIENTATION, 1);
+  if (header.get_typeof("jpeg-thumbnail-data") != 0)
+    image.set("jpeg-thumbnail-data", static_cast<VipsCallbackFn>(nullptr), const_cast<char*>(""), 0);
   return image;
 }
 

@@ -11,14 +11,14 @@ namespace tool {
 
 namespace {
 
-const char* action_word(Action action, bool dry_run) {
+const char* action_word(Action action, bool writes_nothing) {
   switch (action) {
     case Action::kMeasured:
       return "measured";
     case Action::kStraightened:
-      return dry_run ? "would be straightened" : "straightened";
+      return writes_nothing ? "would be straightened" : "straightened";
     case Action::kLeftAlone:
-      return dry_run ? "would be left alone" : "left alone";
+      return writes_nothing ? "would be left alone" : "left alone";
     case Action::kSkipped:
       return "skipped";
     case Action::kFailed:
@@ -26,6 +26,8 @@ const char* action_word(Action action, bool dry_run) {
   }
   return "failed";
 }
+
+bool writes_nothing(const Options& options) { return options.dry_run || options.command == Command::kReport; }
 
 double rounded(double value, double steps) { return std::round(value * steps) / steps + 0.0; }
 
@@ -51,7 +53,7 @@ std::string text_line(const PageResult& result, const Options& options) {
   if (result.measured) line += in_words(result.measurement);
   if (result.action != Action::kMeasured) {
     if (result.measured) line += "; ";
-    line += action_word(result.action, options.dry_run);
+    line += action_word(result.action, writes_nothing(options));
     if (!result.why.empty()) line += " (" + result.why + ")";
     if (!result.output.empty()) line += ", " + result.output;
   }
@@ -78,7 +80,7 @@ std::string json_line(const PageResult& result, const Options& options) {
       json["spread"] = rounded(m.spread, 1000);
     }
   }
-  json["action"] = action_word(result.action, options.dry_run);
+  json["action"] = action_word(result.action, writes_nothing(options));
   if (result.action == Action::kFailed)
     json["error"] = result.why;
   else if (!result.why.empty())

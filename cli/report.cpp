@@ -171,9 +171,10 @@ void ReportFile::finish() {
   FILE* out = std::fopen(whole.path().c_str(), "wb");
   if (!out) throw unwritable();
   std::fprintf(out,
-               "%s<p>%d pages: %d straightened, %d left alone, %d failed.</p>\n<table><tr><th>Page</th>"
+               "%s<p>%d %s: %d straightened, %d left alone, %d failed.</p>\n<table><tr><th>Page</th>"
                "<th>Angle</th><th>Verdict</th><th></th></tr>\n%s</table>\n",
-               kHead, pages_, straightened_, left_alone_, failed_, overview_.c_str());
+               kHead, pages_, pages_ == 1 ? "page" : "pages", straightened_, left_alone_, failed_,
+               overview_.c_str());
   std::rewind(out_);
   char block[1 << 14];
   for (size_t got; (got = std::fread(block, 1, sizeof block, out_)) > 0;) std::fwrite(block, 1, got, out);

@@ -116,8 +116,8 @@ std::string curve_svg(const SkewPageDetails& details, double angle) {
   const auto across = [=](double a) { return (a - first) / span * kWidth; };
 
   std::string svg =
-      print("<svg class=\"curve\" viewBox=\"-10 0 %d %d\" role=\"img\" aria-label=\"Score over the angle\">",
-            kWidth + 20, kHeight);
+      print("<svg class=\"curve\" viewBox=\"-30 0 %d %d\" role=\"img\" aria-label=\"Score over the angle\">",
+            kWidth + 60, kHeight);
   for (int tick = -45; tick <= 45; tick += 15)
     svg += print(
         "<line class=\"tick\" x1=\"%.1f\" y1=\"%d\" x2=\"%.1f\" y2=\"%d\"/><text x=\"%.1f\" "

@@ -78,6 +78,54 @@ void copy_resolution(TIFF* in, TIFF* out, bool turned) {
   copy_short(in, out, TIFFTAG_RESOLUTIONUNIT);
 }
 
+void copy_value(TIFF* in, TIFF* out, uint32_t tag, const TIFFField* kind) {
+  const TIFFDataType type = TIFFFieldDataType(kind);
+  const int count = TIFFFieldReadCount(kind);
+  const void* data = nullptr;
+  if (TIFFFieldPassCount(kind)) {
+    uint32_t values = 0;
+    uint16_t few = 0;
+    const bool wide = count == TIFF_VARIABLE2;
+    if (wide ? TIFFGetField(in, tag, &values, &data) : TIFFGetField(in, tag, &few, &data))
+      TIFFSetField(out, tag, wide ? values : few, data);
+  } else if (type == TIFF_ASCII || count != 1) {
+    if (TIFFGetField(in, tag, &data)) TIFFSetField(out, tag, data);
+  } else if (type == TIFF_SHORT || type == TIFF_BYTE) {
+    uint16_t value = 0;
+    if (TIFFGetField(in, tag, &value)) TIFFSetField(out, tag, value);
+  } else if (type == TIFF_LONG) {
+    copy_long(in, out, tag);
+  } else if (TIFFFieldSetGetSize(kind) == sizeof(double)) {
+    double value = 0;
+    if (TIFFGetField(in, tag, &value)) TIFFSetField(out, tag, value);
+  } else {
+    float value = 0;
+    if (TIFFGetField(in, tag, &value)) TIFFSetField(out, tag, static_cast<double>(value));
+  }
+}
+
+// Copies the EXIF block of the source's current page, which lies outside the page's own directory, and leaves
+// the destination at the start of a new page. Returns the block's place in the destination, 0 if there is
+// none.
+uint64_t copy_exif(TIFF* in, TIFF* out) {
+  const tdir_t page = TIFFCurrentDirectory(in);
+  uint64_t from = 0, to = 0;
+  if (!TIFFGetField(in, TIFFTAG_EXIFIFD, &from)) return 0;
+  if (TIFFReadEXIFDirectory(in, from) && TIFFCreateEXIFDirectory(out) == 0) {
+    for (int i = 0; i < TIFFGetTagListCount(in); ++i) {
+      const uint32_t tag = TIFFGetTagListEntry(in, i);
+      const TIFFField* kind = TIFFFieldWithTag(in, tag);
+      if (kind) copy_value(in, out, tag, kind);
+    }
+    if (!TIFFWriteCustomDirectory(out, &to)) to = 0;
+    TIFFFreeDirectory(out);
+    TIFFCreateDirectory(out);
+  }
+  TIFFSetDirectory(in, page);
+  last_error.clear();
+  return to;
+}
+
 void set_blob(TIFF* out, uint32_t tag, const vips::VImage& header, const char* name) {
   if (header.get_typeof(name) != VIPS_TYPE_BLOB) return;
   size_t size = 0;
@@ -121,6 +169,16 @@ void pack_bits(const uint8_t* gray, int width, bool white_is_zero, std::vector<u
 
 }  // namespace
 
+int tiff_bits(const std::string& path, int page) {
+  use_own_handlers();
+  TIFF* tiff = TIFFOpen(path.c_str(), "r");
+  if (!tiff) return 0;
+  const int bits =
+      TIFFSetDirectory(tiff, static_cast<tdir_t>(page)) ? field<uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE, 0) : 0;
+  TIFFClose(tiff);
+  return bits;
+}
+
 TiffWriter::TiffWriter(const std::string& path, const std::string& source) {
   use_own_handlers();
   if (!source.empty() && !(in_ = TIFFOpen(source.c_str(), "r"))) throw failed("cannot be read as TIFF");
@@ -157,6 +215,8 @@ void TiffWriter::add(const Raster& pixels, const Page& page, int number, int pag
     compression = field<uint16_t>(in_, TIFFTAG_COMPRESSION, 0);
     photometric = field<uint16_t>(in_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
     orientation = field<uint16_t>(in_, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    const uint64_t exif = copy_exif(in_, out_);
+    if (exif) TIFFSetField(out_, TIFFTAG_EXIFIFD, exif);
     copy_descriptions(in_, out_);
     copy_resolution(in_, out_, orientation >= ORIENTATION_LEFTTOP);
   } else {

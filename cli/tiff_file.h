@@ -11,6 +11,9 @@ typedef struct tiff TIFF;
 
 namespace tool {
 
+// Bits of a sample on a page (from 0) of a TIFF; 0 if that cannot be read.
+int tiff_bits(const std::string& path, int page);
+
 class TiffWriter {
  public:
   // source may be empty; otherwise a TIFF whose pages give the tags. Throws Failure.

@@ -1,0 +1,125 @@
+"""What is done with a page, where the result goes, and what is said about it."""
+import json
+import os
+
+from support import ToolTest, convert, sh, unittest
+
+
+class Decisions(ToolTest):
+    def test_when_a_page_is_straightened(self):
+        self.small_page("page.jpg")
+        self.level_page("level.jpg")
+        convert("-size", "900x1200", "xc:white", self.path("blank.jpg"))
+        convert("-size", "900x1200", "-seed", 4, "plasma:", "-blur", "0x3", self.path("picture.jpg"))
+        for page, options, action, why in [
+            ("page.jpg", [], "straightened", None),
+            ("page.jpg", ["--max-angle", 4], "left alone", "beyond --max-angle"),
+            ("page.jpg", ["--min-angle", 5], "left alone", "straight already"),
+            ("page.jpg", ["--fast"], "straightened", None),
+            ("level.jpg", ["--min-angle", 0.2], "left alone", "straight already"),
+            ("blank.jpg", ["--force"], "left alone", "blank"),
+            ("picture.jpg", [], "left alone", None),
+        ]:
+            with self.subTest(page=page, options=options):
+                (line,) = self.tool("deskew", "--json", page, "-o", "out.jpg", "--overwrite", *options)
+                found = json.loads(line)
+                self.assertEqual(found["action"], action, line)
+                if why:
+                    self.assertEqual(found["why"], why)
+                same = self.path(page).read_bytes() == self.path("out.jpg").read_bytes()
+                self.assertEqual(same, action == "left alone", "an unchanged page is copied byte for byte")
+
+    def test_what_is_said(self):
+        page = self.small_page("page.png", "-density", 150, "-units", "PixelsPerInch")
+        (line,) = self.tool("measure", "page.png")
+        self.assertRegex(line, r"^page\.png: 4\.5\d degrees, trusted$")
+        (line,) = self.tool("measure", "--json", "page.png")
+        found = json.loads(line)
+        self.assertEqual([found[k] for k in ("file", "page", "pages", "width", "height", "verdict", "action")],
+                         ["page.png", 1, 1, 780, 1000, "trusted", "measured"])
+        self.assertAlmostEqual(found["dpi"], 150, delta=0.1)
+        self.assertGreater(found["windows"], 3)
+        self.assertRegex(self.tool("measure", "--fast", page)[0], r"4\.\d0 degrees$")
+        odd = os.fsencode(self.folder) + b"/caf\xe9.png"  # not UTF-8
+        os.rename(os.fsencode(page), odd)
+        self.assertIn("caf\ufffd.png", json.loads(self.tool("measure", "--json", odd.decode("utf-8", "surrogateescape"))[0])["file"])
+        self.assertEqual(self.tool("measure", "-q", self.folder), [])
+
+    def test_where_results_go(self):
+        for name in ("in/a.jpg", "in/b.png", "in/deep/c.jpg"):
+            self.path(name).parent.mkdir(parents=True, exist_ok=True)
+            self.small_page(name)
+        self.path("in/notes.txt").write_text("no image")
+        before = {p: p.read_bytes() for p in self.path("in").rglob("*.*")}
+
+        def made(folder):
+            return sorted(str(p.relative_to(self.path(folder))) for p in self.path(folder).rglob("*.*"))
+
+        self.tool("deskew", "in", "--dry-run")
+        self.assertEqual(made("."), ["in/a.jpg", "in/b.png", "in/deep/c.jpg", "in/notes.txt"])
+        self.tool("deskew", "in", "-d", "flat")
+        self.assertEqual(made("flat"), ["a.jpg", "b.png"])
+        self.tool("deskew", "in", "-r", "-d", "new/tree")
+        self.assertEqual(made("new/tree"), ["a.jpg", "b.png", "deep/c.jpg"])
+        self.tool("deskew", "in", "-d", "flat", code=1)
+        self.assertIn("exists (use --overwrite)", self.err)
+        lines = self.tool("deskew", "in", "-d", "flat", "--resume")
+        self.assertEqual(["skipped" in line for line in lines], [True, True])
+        self.path("flat/a.jpg").unlink()
+        lines = self.tool("deskew", "in", "-d", "flat", "--resume")
+        self.assertEqual(["skipped" in line for line in lines], [False, True])
+        self.tool("deskew", "in", "-d", "flat", "--overwrite")
+        self.tool("deskew", "in/a.jpg", "in/a.jpg", "-d", "twice", code=1)
+        self.assertIn("written for another input", self.err)
+        self.tool("deskew", "in/a.jpg", "-o", "in/a.jpg", "--overwrite", code=1)
+        self.assertIn("--in-place", self.err)
+        self.assertEqual({p: p.read_bytes() for p in self.path("in").rglob("*.*")}, before, "a source was touched")
+
+        os.chmod(self.path("in/a.jpg"), 0o640)
+        os.symlink("a.jpg", self.path("in/link.jpg"))
+        self.tool("deskew", "in/link.jpg", "--in-place")
+        self.assertTrue(self.path("in/link.jpg").is_symlink())
+        self.assertEqual(os.stat(self.path("in/a.jpg")).st_mode & 0o777, 0o640)
+        self.assertAlmostEqual(self.angle("in/a.jpg"), 0, delta=0.06)
+
+    def test_rotation_background_and_canvas(self):
+        convert("-size", "400x300", "xc:rgb(200,30,40)", "-fill", "black", "-draw", "rectangle 50,50 350,250",
+                self.path("red.png"))
+
+        def corner(name):
+            return tuple(sh("convert-im6.q16", self.path(name), "-depth", 8, "-crop", "1x1+0+0", "rgb:-").stdout)
+
+        for options, colour in [([], (200, 30, 40)), (["--background", "white"], (255, 255, 255)),
+                                (["--background", "black"], (0, 0, 0)), (["--background", "#0a141e"], (10, 20, 30))]:
+            with self.subTest(options):
+                self.tool("rotate", "--angle", 10, "red.png", "-o", "out.png", "--overwrite", *options)
+                self.assertEqual(corner("out.png"), colour)
+        for angle, canvas, size in [(10, "keep", b"400 300"), (90, "expand", b"300 400"), (30, "expand", b"497 460"),
+                                    (0, "keep", b"400 300")]:
+            with self.subTest(angle=angle, canvas=canvas):
+                self.tool("rotate", "--angle", angle, "--canvas", canvas, "red.png", "-o", "out.png", "--overwrite")
+                self.assertEqual(sh("identify-im6.q16", "-format", "%w %h", self.path("out.png")).stdout, size)
+        # The angle that measure reports is the one that rotate undoes.
+        page = self.small_page("page.png")
+        self.tool("rotate", "--angle", self.angle(page), page, "-o", "straight.png")
+        self.assertAlmostEqual(self.angle("straight.png"), 0, delta=0.06)
+
+    def test_wrong_usage_ends_with_2(self):
+        self.small_page("page.png")
+        for arguments in [
+            [], ["mesure", "page.png"], ["deskew", "page.png"], ["deskew", "page.png", "-o", "a.png", "-d", "b"],
+            ["deskew", "page.png", "page.png", "page.png"], ["deskew", "page.png", "a.png", "--canvas", "grow"],
+            ["deskew", "page.png", "a.png", "--background", "#12345"], ["rotate", "page.png", "a.png"],
+            ["rotate", "page.png", "a.png", "--angle", "181"], ["measure", "page.png", "-j", "0"],
+            ["deskew", "page.png", "--in-place", "--resume"], ["report", "page.png"],
+            ["deskew", "page.png", "a.png", "--fast", "--canvas", "expand"],
+        ]:
+            with self.subTest(arguments):
+                self.tool(*arguments, code=2)
+                self.assertTrue(self.err.strip() or self.out, "nothing was said")
+        for arguments in (["--help"], ["deskew", "--help"], ["--version"]):
+            self.tool(*arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
