@@ -345,6 +345,12 @@ void three_lines(Sheet& s) {
   s.text(text, fonts[r.below(3)], size, x, r.uniform(80, 600), kPageWidth - x);
 }
 
+void few_words(Sheet& s) {
+  Random& r = s.random();
+  s.text(english(r, 2 + r.below(3)), "Liberation Sans", r.uniform(10, 18), r.uniform(60, 200),
+         r.uniform(80, 700), 350);
+}
+
 // Something without lines of writing: clouds of soft and hard blobs on a wavy ground, in a frame.
 void picture(Sheet& s, double x, double y, double width, double height) {
   Random& r = s.random();
@@ -417,8 +423,8 @@ void pictures(Sheet& s) {
 
 const char* name_of(Kind kind) {
   static const char* const names[] = {
-      "serif", "sans",    "listing",     "chinese rows",     "japanese columns", "arabic", "table",
-      "form",  "receipt", "three lines", "text and picture", "picture alone",    "blank"};
+      "serif", "sans",    "listing",     "chinese rows",     "japanese columns", "arabic",        "table",
+      "form",  "receipt", "three lines", "text and picture", "few words",        "picture alone", "blank"};
   return names[static_cast<int>(kind)];
 }
 
@@ -447,6 +453,8 @@ void draw_page(cairo_t* cairo, Kind kind, uint64_t seed) {
       return three_lines(sheet);
     case Kind::kMixed:
       return mixed(sheet);
+    case Kind::kFewWords:
+      return few_words(sheet);
     case Kind::kPictures:
       return pictures(sheet);
     case Kind::kBlank:

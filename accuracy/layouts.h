@@ -19,18 +19,19 @@ enum class Kind {
   kReceipt,
   kThreeLines,
   kMixed,
+  kFewWords,
   kPictures,
   kBlank
 };
-constexpr Kind kAllKinds[] = {
-    Kind::kSerif,  Kind::kSans,     Kind::kListing, Kind::kChinese, Kind::kJapaneseColumns,
-    Kind::kArabic, Kind::kTable,    Kind::kForm,    Kind::kReceipt, Kind::kThreeLines,
-    Kind::kMixed,  Kind::kPictures, Kind::kBlank};
+constexpr Kind kAllKinds[] = {Kind::kSerif,           Kind::kSans,       Kind::kListing, Kind::kChinese,
+                              Kind::kJapaneseColumns, Kind::kArabic,     Kind::kTable,   Kind::kForm,
+                              Kind::kReceipt,         Kind::kThreeLines, Kind::kMixed,   Kind::kFewWords,
+                              Kind::kPictures,        Kind::kBlank};
 
 const char* name_of(Kind kind);
 
 // True for the kinds that hold three or more lines of text.
-constexpr bool has_text(Kind kind) { return kind != Kind::kPictures && kind != Kind::kBlank; }
+constexpr bool has_lines(Kind kind) { return kind < Kind::kFewWords; }
 
 // A page is 595 x 842 units (A4 in points), upright; the same seed draws the same page.
 constexpr double kPageWidth = 595, kPageHeight = 842;

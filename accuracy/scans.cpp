@@ -32,16 +32,6 @@ Gray load(const std::string& path) {
   return page;
 }
 
-uint8_t border_median(const Gray& page) {
-  std::vector<uint8_t> border;
-  for (int x = 0; x < page.width; ++x)
-    border.insert(border.end(), {page.row(0)[x], page.row(page.height - 1)[x]});
-  for (int y = 0; y < page.height; ++y)
-    border.insert(border.end(), {page.row(y)[0], page.row(y)[page.width - 1]});
-  std::nth_element(border.begin(), border.begin() + border.size() / 2, border.end());
-  return border[border.size() / 2];
-}
-
 struct Kernel {
   float weights[kPhases + 1][kTaps];
   Kernel() {
@@ -90,6 +80,16 @@ Line summarise(const std::vector<double>& angles, const std::vector<Answer>& ans
 }
 
 }  // namespace
+
+uint8_t border_median(const Gray& page) {
+  std::vector<uint8_t> border;
+  for (int x = 0; x < page.width; ++x)
+    border.insert(border.end(), {page.row(0)[x], page.row(page.height - 1)[x]});
+  for (int y = 0; y < page.height; ++y)
+    border.insert(border.end(), {page.row(y)[0], page.row(y)[page.width - 1]});
+  std::nth_element(border.begin(), border.begin() + border.size() / 2, border.end());
+  return border[border.size() / 2];
+}
 
 Gray turn(const Gray& page, double degrees) {
   static const Kernel kernel;

@@ -8,6 +8,9 @@
 
 namespace accuracy {
 
+// The median of the outermost pixels: what the page lies on.
+uint8_t border_median(const Gray& page);
+
 // Turns by Lanczos interpolation over six pixels each way; what lies outside is the median of the border.
 // A page of two values stays one of two values.
 Gray turn(const Gray& page, double degrees);

@@ -206,6 +206,7 @@ Gray make_page(const Case& c) {
   if (c.kind == Kind::kBlank && c.spoil == Spoil::kPhone)
     setting.fill = 3;  // the sheet's edges would be content
   Gray page = render(c, setting);
+  if (c.kind == Kind::kBlank && c.spoil != Spoil::kBilevel) add_noise(page, random, random.uniform(0, 40));
   switch (c.spoil) {
     case Spoil::kScan:
       blur(page, random.uniform(0.4, 0.9));

@@ -13,9 +13,11 @@ namespace {
 
 constexpr int kSmallestSide = 32;
 constexpr int kHighCapPercent = 90;
-// Gradients of an edge. Pale or soft pages show too little above the first pair and are tried with the
-// second.
-constexpr struct { int low, high; } kThresholds[] = {{60, 120}, {30, 60}};
+// Gradients of an edge. Where the usual ones give no sure answer, those for pale and soft pages are tried.
+struct Thresholds {
+  int low, high;
+};
+constexpr Thresholds kUsual = {60, 120}, kPale = {30, 60};
 
 constexpr double kIndexDegrees = 0.2;
 constexpr int kSteps = 30;  // scores on each side of the coarse angle
@@ -24,30 +26,43 @@ constexpr int kScores = 2 * kSteps + 1;
 constexpr int kShift = 3;  // angle indices from one coarse angle to the next, 0.6 degree
 constexpr int kMostShifts = 2;
 
-constexpr double kAgreement = 1.0;        // degrees between a window and the page
-constexpr int kLeastAgreeing = 3;         // windows
-constexpr double kLeastSharpness = 6.5;   // of the sharper direction, for a trusted answer
-constexpr double kHighSharpness = 13;     // enough where fewer windows agree
+constexpr double kAgreement = 1.0;       // degrees between a window and the page
+constexpr int kLeastAgreeing = 3;        // windows
+constexpr double kLeastSharpness = 6.5;  // of the sharper direction, for a trusted answer
+constexpr double kHighSharpness = 13;    // enough where fewer windows agree
+// Sharpness above that of noise, times the points: how much content stands behind an answer. Few words have
+// up to 12000, three short lines some 50000.
+constexpr double kLeastStrength = 25000;
+constexpr double kNoStrength = 1000;      // a speck of dust
 constexpr double kNoisePeak = 2.5;        // noise on the pixel raster shows up to 2 at 0 degrees
-constexpr double kNoiseElsewhere = 1.3;   // and hardly more than 1 far from there; pictures show more
+constexpr double kNoiseElsewhere = 1.36;  // and hardly more than 1 far from there; pictures show more
 constexpr int kElsewhere[] = {112, 158};  // angle indices from the peak
 constexpr double kDiagonal = 45, kDiagonalReach = 0.5;  // degrees
-
-// The reduced image, and what one pair of thresholds makes of it.
-struct Page {
-  ReducedSize size;
-  ptrdiff_t stride = 0;
-  Buffer<uint8_t> image, edges;
-  Windows windows;
-  PagePoints points;
-  Profiles profiles;
-};
 
 // What one coarse angle leads to.
 struct Peak {
   double angle = 0;
   double rows = 0, columns = 0;  // sharpness of the two directions there
+  int points = 0;                // of the whole page
   double sharpness() const { return rows > columns ? rows : columns; }
+  double strength() const { return (sharpness() - 1) * points; }
+};
+
+// What one pair of thresholds makes of the page.
+struct View {
+  Buffer<uint8_t> edges;
+  Windows windows;
+  PagePoints points;
+  Peak peak;
+  SkewPage result = {};
+};
+
+struct Page {
+  ReducedSize size;
+  ptrdiff_t stride = 0;
+  Buffer<uint8_t> image;
+  Profiles profiles;
+  View view;  // the one that counts
 };
 
 struct Curve {
@@ -89,12 +104,12 @@ double centre_of_peak(const Curve& curve) {
 }
 
 // Follows the score from a coarse angle to the top of its peak.
-Peak refine(Page* page, int coarse) {
+Peak refine(Profiles* profiles, const PagePoints& points, int coarse) {
   Curve curve;
   for (int shift = 0;; ++shift) {
-    page->profiles.turn(page->points, coarse);
+    profiles->turn(points, coarse);
     curve.best = 0;
-    score_around(page->profiles, coarse, &curve);
+    score_around(*profiles, coarse, &curve);
     const int beyond = curve.best == 0 ? -kShift : curve.best == kScores - 1 ? kShift : 0;
     if (beyond == 0 || shift == kMostShifts) break;
     coarse += beyond;
@@ -102,10 +117,11 @@ Peak refine(Page* page, int coarse) {
     if (coarse < -kQuarterTurn / 2) coarse += kQuarterTurn;
   }
   Peak peak;
+  peak.points = points.count;
   peak.angle = centre_of_peak(curve);
   const int slope = slope_of(peak.angle - coarse * kIndexDegrees);
-  peak.rows = page->profiles.rows(slope);
-  peak.columns = page->profiles.columns(slope);
+  peak.rows = profiles->rows(slope);
+  peak.columns = profiles->columns(slope);
   return peak;
 }
 
@@ -117,13 +133,13 @@ int agreeing(const Windows& windows, double angle) {
 }
 
 // The sharpest of the candidates; where the first already has most windows behind it, the first.
-Peak find_peak(Page* page) {
+Peak find_peak(Profiles* profiles, const View& view) {
   int candidates[kCandidates];
-  const int count = find_candidates(page->windows, candidates);
-  Peak best = refine(page, candidates[0]);
-  if (2 * agreeing(page->windows, best.angle) >= page->windows.count) return best;
+  const int count = find_candidates(view.windows, candidates);
+  Peak best = refine(profiles, view.points, candidates[0]);
+  if (2 * agreeing(view.windows, best.angle) >= view.windows.count) return best;
   for (int i = 1; i < count; ++i) {
-    const Peak peak = refine(page, candidates[i]);
+    const Peak peak = refine(profiles, view.points, candidates[i]);
     if (peak.sharpness() > best.sharpness()) best = peak;
   }
   return best;
@@ -139,74 +155,78 @@ double main_direction(const Peak& peak) {
 }
 
 // True when the points lie like noise: no direction stands out, and away from the raster's own none at all.
-bool is_noise(Page* page, const Peak& peak) {
+bool is_noise(Profiles* profiles, const View& view) {
+  const Peak& peak = view.peak;
+  if (peak.strength() < kNoStrength) return true;
   if (peak.sharpness() > kNoisePeak) return false;
   double sum = 0;
   for (const int offset : kElsewhere) {
     const int index = static_cast<int>(peak.angle / kIndexDegrees) + offset;
-    page->profiles.turn(page->points, index > kQuarterTurn / 2 ? index - kQuarterTurn : index);
-    sum += page->profiles.rows(0) + page->profiles.columns(0);
+    profiles->turn(view.points, index > kQuarterTurn / 2 ? index - kQuarterTurn : index);
+    sum += profiles->rows(0) + profiles->columns(0);
   }
   return sum / 4 <= kNoiseElsewhere;
 }
 
 int verdict_of(const Peak& peak, const SkewPage& result) {
   const int measured = result.windowsMeasured, agree = result.windowsAgreeing;
-  if (agree < kLeastAgreeing || peak.sharpness() < kLeastSharpness) return SKEW_PAGE_UNCERTAIN;
+  if (agree < kLeastAgreeing || peak.sharpness() < kLeastSharpness || peak.strength() < kLeastStrength)
+    return SKEW_PAGE_UNCERTAIN;
   const bool trusted = 2 * agree >= measured || (4 * agree >= measured && peak.sharpness() >= kHighSharpness);
   return trusted ? SKEW_PAGE_TRUSTED : SKEW_PAGE_UNCERTAIN;
 }
 
-void judge(const Page& page, const Peak& peak, SkewPage* result) {
-  result->angle = main_direction(peak);
+void judge(View* view) {
+  SkewPage& result = view->result;
+  result.angle = main_direction(view->peak);
   double squares = 0;
-  for (int i = 0; i < page.windows.count; ++i) {
-    const double distance = quarter_distance(page.windows.list[i].result.degrees(), result->angle);
+  for (int i = 0; i < view->windows.count; ++i) {
+    const double distance = quarter_distance(view->windows.list[i].result.degrees(), result.angle);
     if (distance <= kAgreement) squares += distance * distance;
   }
-  result->windowsAgreeing = agreeing(page.windows, result->angle);
-  if (result->windowsAgreeing > 0) result->spread = std::sqrt(squares / result->windowsAgreeing);
-  result->verdict = verdict_of(peak, *result);
+  result.windowsAgreeing = agreeing(view->windows, result.angle);
+  if (result.windowsAgreeing > 0) result.spread = std::sqrt(squares / result.windowsAgreeing);
+  result.verdict = verdict_of(view->peak, result);
 }
 
 bool reduce(const uint8_t* pixels, int width, ptrdiff_t stride, Page* page) {
   page->stride = padded_stride(page->size.width);
   page->image = allocate_zeroed<uint8_t>(page->size.height, page->stride);
-  page->edges = allocate<uint8_t>(page->size.height, page->stride);
-  return page->image && page->edges && page->profiles.prepare(page->size.width, page->size.height) &&
+  return page->image && page->profiles.prepare(page->size.width, page->size.height) &&
          area_average(pixels, width, stride, page->size, page->image.get(), page->stride);
 }
 
 // Measures the reduced page with one pair of thresholds; false if there is no memory.
-bool attempt(int low, int high, Page* page, SkewPage* result) {
-  *result = SkewPage();
-  result->verdict = SKEW_PAGE_BLANK;
-  const ReducedSize& size = page->size;
-  if (CannyEdge(page->image.get(), page->edges.get(), low, high, size.width, size.height, kHighCapPercent) !=
-          0 ||
-      measure_windows(page->edges.get(), size.width, size.height, page->stride, &page->windows) != SKEW_OK)
+bool look(const Thresholds& thresholds, Page* page, View* view) {
+  const int width = page->size.width, height = page->size.height;
+  view->result.verdict = SKEW_PAGE_BLANK;
+  view->edges = allocate<uint8_t>(height, page->stride);
+  if (!view->edges ||
+      CannyEdge(page->image.get(), view->edges.get(), thresholds.low, thresholds.high, width, height,
+                kHighCapPercent) != 0 ||
+      measure_windows(view->edges.get(), width, height, page->stride, &view->windows) != SKEW_OK)
     return false;
-  if (page->windows.count == 0) return true;
-  page->points =
-      find_page_points(page->image.get(), page->edges.get(), size.width, size.height, page->stride);
-  if (!page->points.list) return false;
-  const Peak peak = find_peak(page);
-  result->windowsMeasured = page->windows.count;
-  if (!is_noise(page, peak)) judge(*page, peak, result);
+  view->result.windowsMeasured = view->windows.count;
+  if (view->windows.count == 0) return true;
+  view->points = find_page_points(page->image.get(), view->edges.get(), width, height, page->stride);
+  if (!view->points.list) return false;
+  view->peak = find_peak(&page->profiles, *view);
+  if (!is_noise(&page->profiles, *view)) judge(view);
   return true;
 }
 
 // Everything but the details; false if there is no memory.
-bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page, SkewPage* result) {
-  *result = SkewPage();
-  result->verdict = SKEW_PAGE_BLANK;
+bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page) {
+  View& view = page->view;
+  view.result.verdict = SKEW_PAGE_BLANK;
   page->size = reduced_size(width, height);
   if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
-  if (!reduce(pixels, width, stride, page)) return false;
-  for (const auto& thresholds : kThresholds) {
-    if (!attempt(thresholds.low, thresholds.high, page, result)) return false;
-    if (result->verdict == SKEW_PAGE_TRUSTED) break;
-  }
+  if (!reduce(pixels, width, stride, page) || !look(kUsual, page, &view)) return false;
+  if (view.result.verdict == SKEW_PAGE_TRUSTED) return true;
+  View second;
+  if (!look(kPale, page, &second)) return false;
+  const bool found = view.result.verdict == SKEW_PAGE_BLANK && second.peak.sharpness() > kNoisePeak;
+  if (second.result.verdict == SKEW_PAGE_TRUSTED || found) view = static_cast<View&&>(second);
   return true;
 }
 
@@ -214,22 +234,22 @@ bool valid(const uint8_t* pixels, int width, int height, ptrdiff_t stride) {
   return pixels != nullptr && width >= 1 && height >= 1 && (stride >= width || stride <= -ptrdiff_t{width});
 }
 
-bool copy_windows(const Page& page, double angle, SkewPageDetails* details) {
-  Buffer<SkewPageWindow> windows = allocate<SkewPageWindow>(page.windows.count);
-  if (!windows) return false;
-  for (int i = 0; i < page.windows.count; ++i) {
-    const ImgROI& box = page.windows.list[i].box;
-    const OneStepResult& found = page.windows.list[i].result;
-    windows[i] = {box.left,
-                  box.top,
-                  box.right,
-                  box.bottom,
-                  static_cast<int>(found.points),
-                  quarter_distance(found.degrees(), angle) <= kAgreement,
-                  found.degrees()};
+bool copy_windows(const Windows& windows, double angle, SkewPageDetails* details) {
+  Buffer<SkewPageWindow> copy = allocate<SkewPageWindow>(windows.count);
+  if (!copy) return false;
+  for (int i = 0; i < windows.count; ++i) {
+    const ImgROI& box = windows.list[i].box;
+    const OneStepResult& found = windows.list[i].result;
+    copy[i].left = box.left;
+    copy[i].top = box.top;
+    copy[i].right = box.right;
+    copy[i].bottom = box.bottom;
+    copy[i].points = static_cast<int>(found.points);
+    copy[i].agrees = quarter_distance(found.degrees(), angle) <= kAgreement;
+    copy[i].angle = found.degrees();
   }
-  details->windowCount = page.windows.count;
-  details->pWindows = windows.release();
+  details->windowCount = windows.count;
+  details->pWindows = copy.release();
   return true;
 }
 
@@ -240,7 +260,7 @@ bool score_range(Page* page, SkewPageDetails* details) {
   if (!scores) return false;
   for (int i = 0; i < kTurns; ++i) {
     const int coarse = i * kPerTurn + kPerTurn / 2 - kQuarterTurn / 2;
-    page->profiles.turn(page->points, coarse);
+    page->profiles.turn(page->view.points, coarse);
     for (int k = 0; k < kPerTurn; ++k) {
       const double offset = (k - kPerTurn / 2) * kIndexDegrees;
       const int slope = slope_of(offset);
@@ -253,16 +273,18 @@ bool score_range(Page* page, SkewPageDetails* details) {
   return true;
 }
 
-bool hand_out(Page* page, const SkewPage& result, SkewPageDetails* details) {
-  if (!page->edges) return true;
-  if (page->windows.count > 0 && (!copy_windows(*page, result.angle, details) || !score_range(page, details)))
+bool hand_out(Page* page, SkewPageDetails* details) {
+  const View& view = page->view;
+  if (!view.edges) return true;
+  if (view.windows.count > 0 &&
+      (!copy_windows(view.windows, view.result.angle, details) || !score_range(page, details)))
     return false;
   details->width = page->size.width;
   details->height = page->size.height;
   details->stride = page->stride;
   details->scale = page->size.scale();
   details->pWorking = page->image.release();
-  details->pEdges = page->edges.release();
+  details->pEdges = page->view.edges.release();
   return true;
 }
 
@@ -272,9 +294,8 @@ bool hand_out(Page* page, const SkewPage& result, SkewPageDetails* details) {
 int skew_measure_page(const uint8_t* pGray, int width, int height, ptrdiff_t stride, SkewPage* pPage) {
   if (!skew::valid(pGray, width, height, stride) || pPage == nullptr) return SKEW_INVALID_ARGUMENT;
   skew::Page page;
-  SkewPage result;
-  if (!skew::measure(pGray, width, height, stride, &page, &result)) return SKEW_OUT_OF_MEMORY;
-  *pPage = result;
+  if (!skew::measure(pGray, width, height, stride, &page)) return SKEW_OUT_OF_MEMORY;
+  *pPage = page.view.result;
   return SKEW_OK;
 }
 
@@ -284,13 +305,11 @@ int skew_measure_page_details(const uint8_t* pGray, int width, int height, ptrdi
   *pDetails = SkewPageDetails();
   if (!skew::valid(pGray, width, height, stride) || pPage == nullptr) return SKEW_INVALID_ARGUMENT;
   skew::Page page;
-  SkewPage result;
-  if (!skew::measure(pGray, width, height, stride, &page, &result) ||
-      !skew::hand_out(&page, result, pDetails)) {
+  if (!skew::measure(pGray, width, height, stride, &page) || !skew::hand_out(&page, pDetails)) {
     skew_free_page_details(pDetails);
     return SKEW_OUT_OF_MEMORY;
   }
-  *pPage = result;
+  *pPage = page.view.result;
   return SKEW_OK;
 }
 

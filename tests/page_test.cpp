@@ -91,14 +91,18 @@ TEST(MeasurePage, SaysWhenThereIsNoAnswer) {
   for (uint8_t& p : faint_noise.pixels) p = static_cast<uint8_t>(200 + random.below(10));
   noise.pixels = random.bytes(noise.pixels.size());
   for (size_t i = 0; i < shaded.pixels.size(); ++i) shaded.pixels[i] = static_cast<uint8_t>(60 + i % 800 / 5);
+  // Of three lines, only what a window of 90 x 20 pixels shows.
+  TestPage few_words = draw_page(PageKind::kThreeLines, 800, 1000, 2.5, 1.5);
+  for (int i = 0; i < 800 * 1000; ++i)
+    if (std::abs(i % 800 - 400) > 45 || std::abs(i / 800 - 475) > 10) few_words.pixels[i] = 240;
   const struct {
     const char* what;
     const TestPage& page;
     int verdict;
-  } cases[] = {{"white", white, SKEW_PAGE_BLANK},      {"faint noise", faint_noise, SKEW_PAGE_BLANK},
-               {"noise", noise, SKEW_PAGE_BLANK},      {"shaded", shaded, SKEW_PAGE_BLANK},
-               {"narrow", tiny, SKEW_PAGE_BLANK},      {"one pixel", thin, SKEW_PAGE_BLANK},
-               {"blobs", blobs(), SKEW_PAGE_UNCERTAIN}};
+  } cases[] = {{"white", white, SKEW_PAGE_BLANK},       {"faint noise", faint_noise, SKEW_PAGE_BLANK},
+               {"noise", noise, SKEW_PAGE_BLANK},       {"shaded", shaded, SKEW_PAGE_BLANK},
+               {"narrow", tiny, SKEW_PAGE_BLANK},       {"one pixel", thin, SKEW_PAGE_BLANK},
+               {"blobs", blobs(), SKEW_PAGE_UNCERTAIN}, {"half a line", few_words, SKEW_PAGE_UNCERTAIN}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const SkewPage found = measure(c.page);
@@ -176,6 +180,14 @@ TEST(MeasurePage, HandsOutWhatItLookedAt) {
   skew_free_page_details(&details);
   skew_free_page_details(&details);
   EXPECT_EQ(held, test::blocks_held());
+}
+
+TEST(MeasurePage, UsesNoMoreHeapThanItSays) {
+  TestPage page{800, 1000, test::Random(8).bytes(800 * 1000)};  // noise, the most points there can be
+  const size_t held = test::bytes_held();
+  test::reset_peak();
+  measure(page);
+  EXPECT_LE(test::peak_bytes_held() - held, 800 * 1000 * 14u);
 }
 
 TEST(MeasurePage, SurvivesEveryFailedAllocation) {
