@@ -54,6 +54,38 @@ int close_gaps_vectors(const RowNeighbourhood& rows, int begin, int end, uint8_t
   return x;
 }
 
+namespace {
+
+constexpr int kBlock = 255;  // vectors: what a byte lane can count
+
+void count_block(const uint8_t* pixels, int vectors, const LevelSet& levels, LevelCounts* counts) {
+  U8 level[kLevelsCounted], lighter[kLevelsCounted] = {};
+  for (int i = 0; i < kLevelsCounted; ++i) level[i] = U8{} + levels.level[i];
+  for (int v = 0; v < vectors; ++v) {
+    const U8 pixel = load<U8>(pixels + v * kLanes8);
+    for (int i = 0; i < kLevelsCounted; ++i) lighter[i] -= (U8)(pixel > level[i]);
+  }
+  for (int i = 0; i < kLevelsCounted; ++i) {
+    uint8_t lanes[kLanes8];
+    store(lanes, lighter[i]);
+    int sum = 0;
+    for (const uint8_t count : lanes) sum += count;
+    counts->up_to[i] += vectors * kLanes8 - sum;
+  }
+}
+
+}  // namespace
+
+int count_up_to_vectors(const uint8_t* row, int begin, int end, const LevelSet& levels, LevelCounts* counts) {
+  int x = begin;
+  while (end - x >= kLanes8) {
+    const int left = (end - x) / kLanes8, vectors = left < kBlock ? left : kBlock;
+    count_block(row + x, vectors, levels, counts);
+    x += vectors * kLanes8;
+  }
+  return x;
+}
+
 int map_levels_vectors(const LevelMap& map, uint8_t* row, int begin, int end) {
   const U8 low = (U8){} + map.low, high = (U8){} + map.high, width = high - low;
   const auto piece = [&](U16 below, U16 band, U16 above) {

@@ -29,12 +29,24 @@ struct LevelMap {
   uint16_t below, band_whole, band, above;
 };
 
+constexpr int kLevelsCounted = 8;
+
+// Some gray levels, and for each the number of pixels that are not lighter.
+struct LevelSet {
+  uint8_t level[kLevelsCounted];
+};
+struct LevelCounts {
+  int64_t up_to[kLevelsCounted];
+};
+
 }  // namespace skew
 
 #if SKEW_SIMD
 
 #define SKEW_DECLARE_FILTER_ROWS                                                          \
   int smooth_vectors(const SmoothStep& step, int begin, int end);                         \
+  int count_up_to_vectors(const uint8_t* row, int begin, int end, const LevelSet& levels, \
+                          LevelCounts* counts);                                           \
   int close_gaps_vectors(const RowNeighbourhood& rows, int begin, int end, uint8_t* out); \
   int map_levels_vectors(const LevelMap& map, uint8_t* row, int begin, int end);
 

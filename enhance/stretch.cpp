@@ -1,4 +1,6 @@
-// A histogram of the image, two levels out of it, and one piecewise linear map over the image.
+// Two levels out of the image's histogram, and one piecewise linear map over the image. Counting every level
+// costs an increment in memory for each pixel; so the levels are guessed from a few rows, and whole vectors
+// are compared with the levels around the guess, which proves it or shows that everything must be counted.
 #include <cstddef>
 #include <cstring>
 
@@ -51,6 +53,92 @@ Band find_band(const Histogram& histogram, int64_t threshold) {
   return band;
 }
 
+int map_fast(const LevelMap& map, uint8_t* row, int end) {
+#if defined(SKEW_AVX2_FORMS)
+  if (has_avx2()) return lanes32::map_levels_vectors(map, row, 0, end);
+#endif
+#if SKEW_SIMD
+  return map_levels_vectors(map, row, 0, end);
+#else
+  (void)map, (void)row, (void)end;
+  return 0;
+#endif
+}
+
+// The rows and columns that are looked at and changed.
+struct Region {
+  uint8_t* pixels;
+  int width, height;
+  ptrdiff_t stride;
+  uint8_t* row(int64_t y) const { return pixels + static_cast<ptrdiff_t>(y) * stride; }
+};
+
+Band count_band(const Region& region, int row_step, int64_t threshold) {
+  Histogram histogram = {};
+  for (int64_t y = 0; y < region.height; y += row_step) histogram.add(region.row(y), region.width);
+  return find_band(histogram, threshold);
+}
+
+#if SKEW_SIMD
+
+constexpr int kSampleStep = 16;  // rows
+
+int count_fast(const uint8_t* row, int end, const LevelSet& levels, LevelCounts* counts) {
+#if defined(SKEW_AVX2_FORMS)
+  if (has_avx2()) return lanes32::count_up_to_vectors(row, 0, end, levels, counts);
+#endif
+  return count_up_to_vectors(row, 0, end, levels, counts);
+}
+
+LevelCounts count_up_to(const Region& region, const LevelSet& levels) {
+  LevelCounts counts = {};
+  for (int y = 0; y < region.height; ++y) {
+    const uint8_t* row = region.row(y);
+    int x = count_fast(row, region.width, levels, &counts);
+    for (; x < region.width; ++x)
+      for (int i = 0; i < kLevelsCounted; ++i) counts.up_to[i] += row[x] <= levels.level[i] ? 1 : 0;
+  }
+  return counts;
+}
+
+// Moves a guessed band by up to one level on either side to where it belongs. False if it belongs elsewhere.
+bool correct_band(const Region& region, int64_t threshold, Band* band) {
+  const int low = band->low - 2, high = band->high - 2;
+  if (low < 0 || low > 252 || high < 0 || high > 252) return false;
+  LevelSet levels;
+  for (int i = 0; i < 4; ++i) {
+    levels.level[i] = static_cast<uint8_t>(low + i);
+    levels.level[4 + i] = static_cast<uint8_t>(high + i);
+  }
+  const LevelCounts counts = count_up_to(region, levels);
+  const int64_t pixels = int64_t{region.width} * region.height;
+  bool found_low = false, found_high = false;
+  for (int i = 0; i < 3; ++i) {
+    if (counts.up_to[i] < threshold && counts.up_to[i + 1] >= threshold) {
+      band->low = low + i + 1;
+      found_low = true;
+    }
+    if (pixels - counts.up_to[4 + i] >= threshold && pixels - counts.up_to[5 + i] < threshold) {
+      band->high = high + i + 1;
+      found_high = true;
+    }
+  }
+  return found_low && found_high;
+}
+
+#endif
+
+Band find_band(const Region& region, int64_t threshold) {
+#if SKEW_SIMD
+  const int64_t sample = threshold / kSampleStep;
+  if (sample > 0) {
+    Band band = count_band(region, kSampleStep, sample);
+    if (correct_band(region, threshold, &band)) return band;
+  }
+#endif
+  return count_band(region, 1, threshold);
+}
+
 // The three pieces that the levels below the band, in it and above it are mapped onto.
 struct Stretch {
   Band from, to;
@@ -85,25 +173,13 @@ struct Stretch {
   }
 };
 
-int map_fast(const LevelMap& map, uint8_t* row, int end) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::map_levels_vectors(map, row, 0, end);
-#endif
-#if SKEW_SIMD
-  return map_levels_vectors(map, row, 0, end);
-#else
-  (void)map, (void)row, (void)end;
-  return 0;
-#endif
-}
-
-void apply(const Stretch& stretch, uint8_t* image, int width, int height, ptrdiff_t stride) {
+void apply(const Stretch& stretch, const Region& region) {
   uint8_t table[kLevels];
   for (int v = 0; v < kLevels; ++v) table[v] = static_cast<uint8_t>(stretch.map(v));
   const LevelMap map = stretch.vector_form();
-  for (int y = 0; y < height; ++y) {
-    uint8_t* row = image + y * stride;
-    for (int x = map_fast(map, row, width); x < width; ++x) row[x] = table[row[x]];
+  for (int y = 0; y < region.height; ++y) {
+    uint8_t* row = region.row(y);
+    for (int x = map_fast(map, row, region.width); x < region.width; ++x) row[x] = table[row[x]];
   }
 }
 
@@ -112,12 +188,9 @@ void apply(const Stretch& stretch, uint8_t* image, int width, int height, ptrdif
 
 int GrayStretch_T(uint8_t* pImage, int width, int height) {
   if (width < 2 || height < 2) return 0;
-  const ptrdiff_t stride = width;
-  skew::Histogram histogram = {};
-  for (int y = 0; y < height - 1; ++y) histogram.add(pImage + y * stride, width - 1);
-
-  const skew::Band band = skew::find_band(histogram, int64_t{width} * height / skew::kTailShare);
+  const skew::Region region = {pImage, width - 1, height - 1, width};
+  const skew::Band band = skew::find_band(region, int64_t{width} * height / skew::kTailShare);
   if (band.low >= band.high || band.high - band.low > skew::kWidestBand) return 0;
-  skew::apply(skew::Stretch(band), pImage, width - 1, height - 1, stride);
+  skew::apply(skew::Stretch(band), region);
   return 1;
 }
