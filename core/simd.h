@@ -159,7 +159,13 @@ inline void store_halves(uint8_t* first, uint8_t* second, U8 v) {
 // mask ? a : b, lane by lane; every lane of the mask is all ones or all zeros.
 template <class M, class V>
 inline V select(M mask, V a, V b) {
+#if defined(__ARM_NEON)
+  return (V)vbslq_u8((uint8x16_t)mask, (uint8x16_t)a, (uint8x16_t)b);
+#elif defined(SKEW_AVX2_BUILD)
+  return (V)_mm256_blendv_epi8((__m256i)b, (__m256i)a, (__m256i)mask);
+#else
   return (V)(((V)mask & a) | (~(V)mask & b));
+#endif
 }
 
 // The larger of two values, lane by lane.
@@ -300,6 +306,84 @@ inline bool any(U8 mask) {
   return mask_bits(mask) != 0;
 #endif
 }
+
+// a * b / 2^32, rounded down; no lane of b may be negative.
+inline I32 multiply_high(I32 a, I32 b) {
+#if defined(__ARM_NEON)
+  return (I32)vqdmulhq_s32((int32x4_t)a, (int32x4_t)b) >> 1;  // of the doubled product
+#elif defined(SKEW_AVX2_BUILD)
+  const __m256i even = _mm256_srli_epi64(_mm256_mul_epi32((__m256i)a, (__m256i)b), 32);
+  const __m256i odd = _mm256_mul_epi32(_mm256_srli_epi64((__m256i)a, 32), _mm256_srli_epi64((__m256i)b, 32));
+  return (I32)_mm256_blend_epi32(even, odd, 0xAA);
+#else
+  // The unsigned product of a negative a is too large by b * 2^32.
+  const __m128i even = _mm_srli_epi64(_mm_mul_epu32((__m128i)a, (__m128i)b), 32);
+  const __m128i odd = _mm_mul_epu32(_mm_srli_epi64((__m128i)a, 32), _mm_srli_epi64((__m128i)b, 32));
+  const __m128i high = _mm_set_epi32(-1, 0, -1, 0);
+  return (I32)_mm_or_si128(even, _mm_and_si128(odd, high)) - ((a >> 31) & b);
+#endif
+}
+
+// Two vectors narrowed to one, in order; all values lie in 0 ... 32767.
+inline U16 narrowed(I32 low, I32 high) {
+#if defined(__ARM_NEON)
+  return (U16)vcombine_s16(vmovn_s32((int32x4_t)low), vmovn_s32((int32x4_t)high));
+#elif defined(SKEW_AVX2_BUILD)
+  return (U16)_mm256_permute4x64_epi64(_mm256_packs_epi32((__m256i)low, (__m256i)high), 0xD8);
+#else
+  return (U16)_mm_packs_epi32((__m128i)low, (__m128i)high);
+#endif
+}
+
+// kLanes32 pairs of neighbouring values, taken apart.
+struct Pairs {
+  U32 first, second;
+};
+inline Pairs load_pairs(const uint64_t* from) {
+#if defined(__ARM_NEON)
+  const uint32x4x2_t pairs = vld2q_u32((const uint32_t*)from);
+  return {(U32)pairs.val[0], (U32)pairs.val[1]};
+#elif defined(SKEW_AVX2_BUILD)
+  const __m256 low = _mm256_loadu2_m128((const float*)(from + 4), (const float*)from);
+  const __m256 high = _mm256_loadu2_m128((const float*)(from + 6), (const float*)(from + 2));
+  return {(U32)_mm256_shuffle_ps(low, high, 0x88), (U32)_mm256_shuffle_ps(low, high, 0xDD)};
+#else
+  const __m128 low = _mm_loadu_ps((const float*)from), high = _mm_loadu_ps((const float*)(from + 2));
+  return {(U32)_mm_shuffle_ps(low, high, 0x88), (U32)_mm_shuffle_ps(low, high, 0xDD)};
+#endif
+}
+
+// Table lookups in bytes, which SSE2 lacks.
+#if defined(__ARM_NEON) || defined(SKEW_AVX2_BUILD)
+#define SKEW_LOOKUP 1
+#else
+#define SKEW_LOOKUP 0
+#endif
+
+#if SKEW_LOOKUP
+// For each byte of the index, one of the 16 bytes of the table in the same 16 bytes of the vector; 0 where
+// the index is 0x80 or more.
+inline U8 lookup(U8 table, U8 index) {
+#if defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_shuffle_epi8((__m256i)table, (__m256i)index);
+#elif defined(__aarch64__)
+  return (U8)vqtbl1q_u8((uint8x16_t)table, (uint8x16_t)index);
+#else
+  const uint8x16_t bytes = (uint8x16_t)table, at = (uint8x16_t)index;
+  const uint8x8x2_t halves = {{vget_low_u8(bytes), vget_high_u8(bytes)}};
+  return (U8)vcombine_u8(vtbl2_u8(halves, vget_low_u8(at)), vtbl2_u8(halves, vget_high_u8(at)));
+#endif
+}
+
+// 16 bytes, in every 16 bytes of the vector.
+inline U8 load_repeated(const uint8_t* from) {
+#if defined(SKEW_AVX2_BUILD)
+  return (U8)_mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)from));
+#else
+  return load<U8>(from);
+#endif
+}
+#endif
 
 }  // namespace SKEW_LANES
 }  // namespace skew

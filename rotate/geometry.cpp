@@ -78,16 +78,17 @@ Rotation rotation_about_centre(Size source, Size destination, Turn turn, Border 
           border};
 }
 
-Runs find_runs(const Rotation& rotation, int y, Columns band) {
+Runs find_runs(const Rotation& rotation, int y, int margin, Columns band) {
   const int64_t x_start = rotation.origin_x - int64_t{y} * rotation.step_y;
   const int64_t y_start = rotation.origin_y + int64_t{y} * rotation.step_x;
-  const auto run = [=](Border border, Columns columns) {
-    columns =
-        columns_in_range(x_start, rotation.step_x, valued_range(border, rotation.source.width), columns);
-    return columns_in_range(y_start, rotation.step_y, valued_range(border, rotation.source.height), columns);
+  const auto run = [=](Border border, int right_margin, Columns columns) {
+    const Range across = valued_range(border, rotation.source.width - right_margin);
+    const Range down = valued_range(border, rotation.source.height);
+    columns = columns_in_range(x_start, rotation.step_x, across, columns);
+    return columns_in_range(y_start, rotation.step_y, down, columns);
   };
-  const Columns valued = run(rotation.border, band);
-  return {valued, run(Border::kInner, valued)};
+  const Columns valued = run(rotation.border, 0, band);
+  return {valued, run(Border::kInner, margin, valued)};
 }
 
 Turn turn_by(double degrees) {

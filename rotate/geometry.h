@@ -45,13 +45,14 @@ struct Columns {
 };
 
 // The columns of one destination row that have a value, and those among them whose four neighbours all lie in
-// the source, with fractions between 0 and 1. Both are single runs, the second within the first.
+// the source, a margin away from its right side, with fractions between 0 and 1. Both are single runs, the
+// second within the first.
 struct Runs {
   Columns valued, inner;
 };
 
-// The runs of row y among the columns of the band.
-Runs find_runs(const Rotation& rotation, int y, Columns band);
+// The runs of row y among the columns of the band; the margin is in columns.
+Runs find_runs(const Rotation& rotation, int y, int margin, Columns band);
 
 // Sine and cosine of any angle within -180 ... 180 degrees, each rounded to 1/65536, with the same result on
 // every processor and C library. The angle must be finite and in range.

@@ -11,7 +11,9 @@ namespace skew {
 inline namespace SKEW_LANES {
 namespace {
 
+#if !SKEW_SIMD
 constexpr int kTileColumns = 32;
+#endif
 constexpr int kTileRows = 16;
 
 constexpr int lesser(int a, int b) { return a < b ? a : b; }
@@ -56,26 +58,214 @@ void write_plain(const RotationJob& job, const Pixel& pixel, int y, Columns colu
                 row + static_cast<ptrdiff_t>(x) * Pixel::kBytes);
 }
 
+#if SKEW_SIMD
+// Offsets of a tile are held in 32 bits; images with rows longer than this are rotated pixel by pixel.
+constexpr ptrdiff_t kLongestRow = 1 << 25;
+
+// The steps of a rotation, ready for the pixels of a row.
+struct Steps {
+  explicit Steps(const Rotation& r) : along_x(r.step_x), along_y(r.step_y) {
+    for (int i = 0; i < kLanes32; ++i) {
+      lanes_x[i] = i * r.step_x;
+      lanes_y[i] = i * r.step_y;
+    }
+    const int64_t rise = int64_t{kLanes32 - 1} * (r.step_y < 0 ? -r.step_y : r.step_y);
+    row_changes = static_cast<int>((rise + kPositionOne - 1) >> kPositionBits);
+  }
+  int32_t along_x, along_y;  // from one pixel to the next
+  I32 lanes_x, lanes_y;      // from the first pixel of a vector to each
+  int row_changes;           // at most so many from the first to the last pixel of a vector
+};
+
+// The source of some neighbouring pixels of a destination row. All neighbours lie in the source.
+struct Piece {
+  const uint8_t* from;  // upper left neighbour of the first pixel
+  ptrdiff_t stride;
+  int32_t x, y;  // fractions of the first pixel
+  int count;
+};
+
+constexpr int32_t kFractionMask = kPositionOne - 1;
+
+// Gathers the neighbours of a piece one by one.
 template <class Pixel>
-void write_tile_row(const RotationJob& job, const Pixel& pixel, int y, const Runs& runs, Columns tile) {
-  uint8_t* row = job.destination + y * job.destination_stride;
-  const Columns valued = within(runs.valued, tile);
+void gather(const Steps& steps, const Piece& piece, TileRow& row) {
+  using Lanes = typename Pixel::Lanes;
+  const ptrdiff_t stride = piece.stride;
+  I32 xs = steps.lanes_x + piece.x, ys = steps.lanes_y + piece.y;
+  for (int i = 0; i < piece.count; i += kLanes32) {
+    store(row.offset + i,
+          (ys >> kPositionBits) * static_cast<int32_t>(stride) + (xs >> kPositionBits) * Pixel::kBytes);
+    store(row.x + i, xs & kFractionMask);
+    store(row.y + i, ys & kFractionMask);
+    xs += steps.along_x * kLanes32;
+    ys += steps.along_y * kLanes32;
+  }
+  for (int i = 0; i < piece.count; ++i) {
+    const uint8_t* at = piece.from + row.offset[i];
+    row.upper[i] = Lanes::read_pair(at);
+    row.lower[i] = Lanes::read_pair(at + stride);
+  }
+}
+
+// Blends what was gathered and writes that many pixels.
+template <class Pixel>
+void write_gathered(const TileRow& row, int count, uint8_t* to) {
+  using Lanes = typename Pixel::Lanes;
+  const auto blend = [&row](int i) {
+    return Pixel::blend(Lanes::load_pair(row.upper + i), Lanes::load_pair(row.lower + i),
+                        load<I32>(row.x + i), load<I32>(row.y + i));
+  };
+  uint8_t part[kTileColumns * Pixel::kBytes];
+  uint8_t* pixels = count == kTileColumns ? to : part;
+  for (int i = 0; i < count; i += kLanes16)
+    Lanes::store_pixels(pixels + i * Pixel::kBytes, blend(i), blend(i + kLanes32));
+  if (pixels == part) std::memcpy(to, part, static_cast<size_t>(count) * Pixel::kBytes);
+}
+
+#if SKEW_LOOKUP
+constexpr int kLookupColumns = 16;  // a lookup reads at most so many, from the first pixel of a vector on
+
+// One vector of pixels. They lie in few source rows and, along each, in no more columns than there are lanes:
+// so each row is looked up for all of them, and each pixel keeps what comes from its own.
+template <class Pixel>
+__attribute__((always_inline)) inline U32 look_up_pixels(const Steps& steps, const Piece& piece, int first) {
+  using Lanes = typename Pixel::Lanes;
+  const int32_t x = piece.x + first * steps.along_x, y = piece.y + first * steps.along_y;
+  const int32_t y_last = y + (kLanes32 - 1) * steps.along_y;
+  const int32_t column = x >> kPositionBits, top = (y < y_last ? y : y_last) >> kPositionBits;
+  const I32 xs = steps.lanes_x + x, ys = steps.lanes_y + y;
+  const auto index = Lanes::lookup_index((xs >> kPositionBits) - column);
+  const I32 rows = (ys >> kPositionBits) - top;
+
+  const uint8_t* from = piece.from + top * piece.stride + column * Pixel::kBytes;
+  typename Lanes::Pair upper = Lanes::look_up(from, index);
+  from += piece.stride;
+  typename Lanes::Pair lower = Lanes::look_up(from, index), next = lower;
+  for (int k = 1; k <= steps.row_changes; ++k) {
+    const I32 here = rows == k;
+    upper = select(here, next, upper);
+    from += piece.stride;
+    next = Lanes::look_up(from, index);
+    lower = select(here, next, lower);
+  }
+  return Pixel::blend(upper, lower, xs & kFractionMask, ys & kFractionMask);
+}
+
+// Whether lookups for the piece, whose first pixel has the given position, stay within the source.
+bool can_look_up(const Rotation& r, const Steps& steps, int64_t x, int64_t y, int count) {
+  const int64_t last_x = x + (count - 1) * int64_t{r.step_x}, last_y = y + (count - 1) * int64_t{r.step_y};
+  const int64_t lowest_row = (y < last_y ? last_y : y) >> kPositionBits;
+  return r.step_x >= 0 && (last_x >> kPositionBits) + kLookupColumns <= r.source.width &&
+         lowest_row + steps.row_changes + 1 < r.source.height;
+}
+#endif
+
+#if SKEW_LOOKUP
+// Asks for the source of the tile after the next one. A tile's rows are short and lie far apart, so the
+// processor does not foresee them. Gathering keeps enough reads under way without this; lookups do not.
+void ask_ahead(const RotationJob& job, int64_t x, int64_t y) {
+  const Rotation& r = job.rotation;
+  const int64_t column = (x + 2 * kTileColumns * int64_t{r.step_x}) >> kPositionBits;
+  const int64_t row = (y + 2 * kTileColumns * int64_t{r.step_y}) >> kPositionBits;
+  if (row < 0 || row >= r.source.height || column < 0 || column >= r.source.width) return;
+  __builtin_prefetch(job.source + static_cast<ptrdiff_t>(row) * job.source_stride + column);
+}
+#endif
+
+// Pixels whose neighbours all lie in the source, at most a tile's width of them. Returns how many of them are
+// gathered in `row` and still to be blended: all or none.
+template <class Pixel>
+int fetch_inner(const RotationJob& job, const Steps& steps, int y, Columns columns, uint8_t* to,
+                TileRow& row) {
+  const Rotation& r = job.rotation;
+  const int64_t from_x = r.origin_x + int64_t{columns.begin} * r.step_x - int64_t{y} * r.step_y;
+  const int64_t from_y = r.origin_y + int64_t{columns.begin} * r.step_y + int64_t{y} * r.step_x;
+  const Piece piece = {job.source + static_cast<ptrdiff_t>(from_y >> kPositionBits) * job.source_stride +
+                           static_cast<ptrdiff_t>(from_x >> kPositionBits) * Pixel::kBytes,
+                       job.source_stride, static_cast<int32_t>(from_x & kFractionMask),
+                       static_cast<int32_t>(from_y & kFractionMask), columns.end - columns.begin};
+#if SKEW_LOOKUP
+  if constexpr (Pixel::kBytes == 1) {
+    ask_ahead(job, from_x, from_y);
+    if (piece.count == kTileColumns && can_look_up(r, steps, from_x, from_y, piece.count)) {
+      for (int i = 0; i < kTileColumns; i += kLanes16)
+        Pixel::Lanes::store_pixels(to + i, look_up_pixels<Pixel>(steps, piece, i),
+                                   look_up_pixels<Pixel>(steps, piece, i + kLanes32));
+      return 0;
+    }
+  }
+#endif
+  (void)to;
+  gather<Pixel>(steps, piece, row);
+  return piece.count;
+}
+
+// The inner pixels of all rows of a tile. First all are fetched, then blended, so that many reads are under
+// way at a time.
+template <class Pixel>
+void write_inner(const RotationJob& job, const Steps& steps, int first, int rows, const Runs* runs,
+                 Columns tile, TileRow* scratch) {
+  uint8_t* at[kTileRows];
+  int gathered[kTileRows];
+  for (int i = 0; i < rows; ++i) {
+    const Columns inner = within(runs[i].inner, tile);
+    at[i] = job.destination + (first + i) * job.destination_stride +
+            static_cast<ptrdiff_t>(inner.begin) * Pixel::kBytes;
+    gathered[i] =
+        inner.begin < inner.end ? fetch_inner<Pixel>(job, steps, first + i, inner, at[i], scratch[i]) : 0;
+  }
+  for (int i = 0; i < rows; ++i)
+    if (gathered[i] > 0) write_gathered<Pixel>(scratch[i], gathered[i], at[i]);
+}
+#endif
+
+// What of one row of a tile is not written by write_inner: pixels without a source, and those near the
+// border.
+template <class Pixel>
+void write_outer(const RotationJob& job, const Pixel& pixel, int y, const Runs& runs, Columns tile,
+                 uint8_t* row) {
+  const Columns valued = within(runs.valued, tile), inner = within(runs.inner, tile);
   pixel.fill(row + static_cast<ptrdiff_t>(tile.begin) * Pixel::kBytes, valued.begin - tile.begin);
-  write_plain(job, pixel, y, valued, row);
+  write_plain(job, pixel, y, {valued.begin, inner.begin}, row);
+  write_plain(job, pixel, y, {inner.end, valued.end}, row);
   pixel.fill(row + static_cast<ptrdiff_t>(valued.end) * Pixel::kBytes, tile.end - valued.end);
+}
+
+// The runs of a row; the inner one is empty where no vector form can be used.
+Runs runs_of(const RotationJob& job, int y, int margin, Columns band) {
+  Runs runs = find_runs(job.rotation, y, margin, band);
+#if SKEW_SIMD
+  if (job.source_stride <= kLongestRow && job.source_stride >= -kLongestRow) return runs;
+#endif
+  runs.inner.end = runs.inner.begin;
+  return runs;
 }
 
 template <class Pixel>
 void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
-  for (int64_t top = 0; top < job.rotation.destination.height; top += kTileRows) {
+  const Rotation& r = job.rotation;
+#if SKEW_SIMD
+  const Steps steps(r);
+  TileRow scratch[kTileRows] = {};
+#endif
+  for (int64_t top = 0; top < r.destination.height; top += kTileRows) {
     const int first = static_cast<int>(top);
-    const int rows = lesser(kTileRows, job.rotation.destination.height - first);
+    const int rows = lesser(kTileRows, r.destination.height - first);
     Runs runs[kTileRows];
-    for (int i = 0; i < rows; ++i) runs[i] = find_runs(job.rotation, first + i, band);
+    for (int i = 0; i < rows; ++i) runs[i] = runs_of(job, first + i, Pixel::kMargin, band);
     for (int64_t left = band.begin; left < band.end; left += kTileColumns) {
       const int begin = static_cast<int>(left);
       const Columns tile = {begin, begin + lesser(kTileColumns, band.end - begin)};
-      for (int i = 0; i < rows; ++i) write_tile_row(job, pixel, first + i, runs[i], tile);
+      for (int i = 0; i < rows; ++i) {
+        uint8_t* row = job.destination + (first + i) * job.destination_stride;
+        const Columns inner = within(runs[i].inner, tile);
+        if (inner.begin != tile.begin || inner.end != tile.end)
+          write_outer(job, pixel, first + i, runs[i], tile, row);
+      }
+#if SKEW_SIMD
+      write_inner<Pixel>(job, steps, first, rows, runs, tile, scratch);
+#endif
     }
   }
 }
@@ -85,9 +275,9 @@ void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
 void rotate_tiles(const RotationJob& job, Columns band) {
   switch (job.format) {
     case PixelFormat::kGray:
-      return write_tiles(job, BytePixel<1>{job.fill}, band);
+      return write_tiles(job, GrayPixel{job.fill}, band);
     case PixelFormat::kRgb:
-      return write_tiles(job, BytePixel<3>{job.fill}, band);
+      return write_tiles(job, RgbPixel{job.fill}, band);
     case PixelFormat::kArgb:
       return write_tiles(job, ArgbPixel{job.fill}, band);
     case PixelFormat::kGrayFixed:
