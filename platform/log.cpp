@@ -13,6 +13,7 @@
 #define SKEW_LOG_REFERENCE __attribute__((weak))
 #endif
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): Android's name
 extern "C" int __android_log_print(int priority, const char* tag, const char* format, ...)
     __attribute__((visibility("default"))) SKEW_LOG_REFERENCE;
 
