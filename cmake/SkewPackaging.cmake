@@ -1,7 +1,7 @@
 # Install rules, the CMake and pkg-config packages, and Debian packages by component:
 #   lib    libskewcorrection1       the library
 #   dev    libskewcorrection-dev    headers, linker name, CMake and pkg-config files
-#   tools  skewcorrection-tools     the command-line tool, with its man page and completion
+#   cli    skewcorrection-tools     the command-line tool, with its man page and completion
 #   java   libskewcorrection-java   the jar, and the library where the JVM looks for it
 include(CMakePackageConfigHelpers)
 
@@ -49,10 +49,10 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS ${this_library})
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers and build files of the skew correction library")
 if(SKEW_BUILD_CLI)
-  list(APPEND CPACK_COMPONENTS_ALL tools)
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME skewcorrection-tools)
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
-  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Command-line tool that measures and levels scanned and photographed pages")
+  list(APPEND CPACK_COMPONENTS_ALL cli)
+  set(CPACK_DEBIAN_CLI_PACKAGE_NAME skewcorrection-tools)
+  set(CPACK_DEBIAN_CLI_PACKAGE_SECTION graphics)
+  set(CPACK_COMPONENT_CLI_DESCRIPTION "Command-line tool that measures and levels scanned and photographed pages")
 endif()
 if(SKEW_BUILD_JAVA)
   list(APPEND CPACK_COMPONENTS_ALL java)

@@ -12,7 +12,7 @@ struct Page {
 };
 Page draw_page(Source& source) {
   Page page;
-  page.size = draw_size(source, 1, source.chance(4) ? 900 : 300);
+  page.size = draw_size(source, 1, source.chance(12) ? 800 : 250);
   page.stride = static_cast<size_t>(page.size.width + source.between(0, 5));
   page.pixels = draw_raster(source, page.size, page.stride);
   return page;

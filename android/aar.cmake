@@ -1,0 +1,18 @@
+# Target aar: the Android archive, made of the classes and the two Android-shaped libraries. Each is a build of its
+# own inside this one.
+set(shape_libraries)
+foreach(processor armv7 arm64)
+  set(build ${PROJECT_BINARY_DIR}/android-${processor})
+  add_custom_target(android_shape_${processor}
+    COMMAND ${CMAKE_COMMAND} -S ${PROJECT_SOURCE_DIR} -B ${build} -G ${CMAKE_GENERATOR} -DCMAKE_BUILD_TYPE=Release
+      --toolchain ${PROJECT_SOURCE_DIR}/cmake/toolchains/android-shape-${processor}.cmake
+    COMMAND ${CMAKE_COMMAND} --build ${build} --target skewcorrection
+    USES_TERMINAL)
+  list(APPEND shape_libraries ${build}/libSkewCorrection_Lib.so)
+endforeach()
+set(archive ${PROJECT_BINARY_DIR}/skewcorrection-${PROJECT_VERSION}.aar)
+add_custom_target(aar
+  COMMAND ${PROJECT_SOURCE_DIR}/android/make_aar ${PROJECT_BINARY_DIR}/java/classes.jar ${PROJECT_VERSION}
+    ${shape_libraries} ${archive}
+  COMMAND ${PROJECT_SOURCE_DIR}/android/check_aar ${archive}
+  DEPENDS skewcorrection_java android_shape_armv7 android_shape_arm64)
