@@ -21,7 +21,7 @@ void smooth_plain(const SmoothStep& step, int begin, int end) {
   }
 }
 
-int smooth_fast(const SmoothStep& step, int begin, int end) {
+int smooth_fast([[maybe_unused]] const SmoothStep& step, int begin, [[maybe_unused]] int end) {
 #if defined(SKEW_AVX2_FORMS)
   if (has_avx2()) return lanes32::smooth_vectors(step, begin, end);
 #endif

@@ -1,7 +1,7 @@
 #include "page/kernels.h"
 
 namespace skew {
-namespace SKEW_LANES {
+inline namespace SKEW_LANES {
 
 void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums) {
   for (int x = 0; x < width; ++x) sums[x] = static_cast<uint16_t>(sums[x] + weight * pixels[x]);

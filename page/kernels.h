@@ -15,7 +15,7 @@ struct ShiftedRows {
   int count;
 };
 
-namespace lanes16 {
+inline namespace SKEW_LANES {
 // sums[x] += weight * pixels[x]. The weights that meet in one sum add up to 256, so that 16 bits hold it.
 void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums);
 // profile[i] = the sum of rows[r][i] over all rows, which 16 bits hold.
@@ -23,8 +23,8 @@ void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);
 // Each count spread over four bins, differenced over four bins and squared: the sum over i of
 // (c[i+4] + ... + c[i+7] - c[i] - ... - c[i+3])^2 for all i with i + 7 < length.
 uint64_t squared_differences(const uint16_t* counts, int length);
-}  // namespace lanes16
-#if defined(SKEW_AVX2_FORMS)
+}  // namespace SKEW_LANES
+#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums);
 void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);
