@@ -19,6 +19,17 @@ constexpr const char* kAbout =
     "A positive angle means: lines fall to the right as displayed; the page is turned counter-clockwise by "
     "it.\n";
 
+constexpr const char* kQuestions =
+    "\nCommon questions:\n"
+    "  Is a source ever changed?   Only with --in-place.\n"
+    "  The page was left alone.    Its angle was not trusted (--force), or below --min-angle or above "
+    "--max-angle.\n"
+    "  The page lies on its side.  Quarter turns are not detected: skewcorrect rotate --angle 90 --canvas "
+    "expand\n"
+    "  Corners are cut off.        --canvas expand\n"
+    "  The corners' colour?        --background white, black or #RRGGBB; default: as the page's border\n"
+    "  Thousands of pages?         skewcorrect deskew FOLDER -d OUT --resume goes on where it ended.\n";
+
 constexpr const char* kExitCodes =
     "\nExit codes: 0 every page was dealt with (also when it was left alone), 1 a page failed, 2 wrong "
     "usage,\n"
@@ -46,49 +57,62 @@ bool parse_colour(const std::string& text, tool::Background& background) {
 }
 
 void add_common(CLI::App* command, Options& o) {
-  command->add_option("INPUT", o.inputs, "Image files, folders of them, or - for standard input")->required();
+  command->add_option("INPUT", o.inputs, "Image files, folders of them, or - for standard input")
+      ->required()
+      ->option_text("...");
   command->add_flag("-r,--recursive", o.recursive, "Look for images in the folders below as well");
   command->add_flag("--json", o.json, "One JSON object a page instead of a line of text");
   command->add_flag("-q,--quiet", o.quiet, "Print errors only");
   command->add_option("-j,--jobs", o.jobs, "Pages worked on at once (default: one for each processor)")
-      ->check(CLI::Range(1, 256));
+      ->check(CLI::Range(1, 256))
+      ->option_text("N");
   command->add_option("--dpi", o.dpi, "Resolution at which PDF pages are drawn (default 300)")
-      ->check(CLI::Range(18.0, 2400.0));
+      ->check(CLI::Range(18.0, 2400.0))
+      ->option_text("N");
   command
       ->add_option("--max-pixels", o.max_pixels, "Refuse larger images; 0 for no limit (default 200000000)")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("N");
   command->add_flag("--tolerant", o.tolerant, "Take damaged files as far as they can be decoded");
 }
 
 void add_output(CLI::App* command, Options& o) {
-  command->add_option("-o,--output", o.output, "The file to write for a single input; - is standard output");
-  command->add_option("-d,--output-dir", o.output_dir, "The folder to write to; it is made if it is missing");
+  command->add_option("-o,--output", o.output, "The file to write for a single input; - is standard output")
+      ->option_text("FILE");
+  command->add_option("-d,--output-dir", o.output_dir, "The folder to write to; it is made if it is missing")
+      ->option_text("FOLDER");
   command->add_flag("--in-place", o.in_place, "Replace the sources themselves");
   command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
   command->add_flag("--resume", o.resume, "Skip pages whose result exists");
   command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
   command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
-      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}));
+      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}))
+      ->option_text("FORMAT");
   command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
-      ->check(CLI::Range(1, 100));
+      ->check(CLI::Range(1, 100))
+      ->option_text("N");
 }
 
 void add_turning(CLI::App* command, Words& words) {
-  command->add_option(
-      "--background", words.background,
-      "Colour of what comes into view: auto (sampled from the page's border, default), white, "
-      "black or #RRGGBB");
+  command
+      ->add_option("--background", words.background,
+                   "Colour of what comes into view: auto (sampled from the page's border, default), white, "
+                   "black or #RRGGBB")
+      ->option_text("COLOUR");
   command
       ->add_option("--canvas", words.canvas, "keep the size (default) or expand it so that no corner is cut")
-      ->check(CLI::IsMember({"keep", "expand"}));
+      ->check(CLI::IsMember({"keep", "expand"}))
+      ->option_text("MODE");
 }
 
 void add_limits(CLI::App* command, Options& o) {
   command->add_flag("--force", o.force, "Straighten also where the angle is not trusted");
   command->add_option("--min-angle", o.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
-      ->check(CLI::Range(0.0, 45.0));
+      ->check(CLI::Range(0.0, 45.0))
+      ->option_text("DEGREES");
   command->add_option("--max-angle", o.max_angle, "Leave larger tilts alone, degrees (default 45)")
-      ->check(CLI::Range(0.0, 90.0));
+      ->check(CLI::Range(0.0, 90.0))
+      ->option_text("DEGREES");
 }
 
 // The rules that concern several options at once. Returns what is wrong, or an empty text.
@@ -122,7 +146,7 @@ int main(int argc, char** argv) {
   options.jobs = 0;
   Words words;
   CLI::App app(kAbout, "skewcorrect");
-  app.footer(kExitCodes);
+  app.footer(std::string(kQuestions) + kExitCodes);
   app.set_version_flag("--version", "skewcorrect " SKEW_VERSION);
   app.require_subcommand(1);
 
@@ -136,13 +160,16 @@ int main(int argc, char** argv) {
   for (CLI::App* command : {deskew, report}) add_limits(command, options);
   for (CLI::App* command : {measure, deskew, rotate})
     command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
-  report->add_option("-o,--output", options.output, "The HTML file to write")->required();
+  report->add_option("-o,--output", options.output, "The HTML file to write")
+      ->required()
+      ->option_text("FILE");
   report->add_flag("--overwrite", options.overwrite, "Replace it if it exists");
   rotate
       ->add_option("--angle", options.angle,
                    "The tilt to undo, -180 to 180 degrees; positive: lines fall to the right")
       ->required()
-      ->check(CLI::Range(-180.0, 180.0));
+      ->check(CLI::Range(-180.0, 180.0))
+      ->option_text("DEGREES");
 
   try {
     app.parse(argc, argv);

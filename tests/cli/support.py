@@ -53,6 +53,32 @@ def icc_profile():
     return bytes(header) + table + data
 
 
+def write_pdf(path, pictures):
+    """A PDF of pages 21 cm wide, each filled by a JPEG."""
+    parts, kids = [], []
+    for picture in pictures:
+        data = picture.read_bytes()
+        width, height = exif(picture, "ImageWidth", "ImageHeight")
+        n = 3 + len(parts)
+        parts.append(b"<</Type/XObject/Subtype/Image/Width %d/Height %d/ColorSpace/DeviceRGB/BitsPerComponent 8"
+                     b"/Filter/DCTDecode/Length %d>>stream\n%s\nendstream" % (width, height, len(data), data))
+        drawing = b"595 0 0 763 0 0 cm /I Do"
+        parts.append(b"<</Length %d>>stream\n%s\nendstream" % (len(drawing), drawing))
+        parts.append(b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 595 763]/Resources<</XObject<</I %d 0 R>>>>"
+                     b"/Contents %d 0 R>>" % (n, n + 1))
+        kids.append(n + 2)
+    objects = [b"<</Type/Catalog/Pages 2 0 R>>",
+               b"<</Type/Pages/Count %d/Kids[%s]>>" % (len(kids), b" ".join(b"%d 0 R" % k for k in kids))] + parts
+    out, places = b"%PDF-1.4\n", []
+    for number, body in enumerate(objects, 1):
+        places.append(len(out))
+        out += b"%d 0 obj\n%s\nendobj\n" % (number, body)
+    table = b"".join(b"%010d 00000 n \n" % p for p in places)
+    out += b"xref\n0 %d\n0000000000 65535 f \n%strailer\n<</Size %d/Root 1 0 R>>\nstartxref\n%d\n%%%%EOF\n" % (
+        len(objects) + 1, table, len(objects) + 1, len(out))
+    path.write_bytes(out)
+
+
 class ToolTest(unittest.TestCase):
     """Each test works in a folder of its own."""
 

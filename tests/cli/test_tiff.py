@@ -2,7 +2,7 @@
 import json
 import re
 
-from support import ANGLE, DATA, ToolTest, convert, exif, sh, unittest
+from support import ANGLE, DATA, ToolTest, convert, exif, sh, unittest, write_pdf
 
 
 def pages_of(path):
@@ -61,7 +61,7 @@ class Tiff(ToolTest):
     def test_pages_of_a_pdf(self):
         for number in (1, 2):
             convert(DATA / "page.jpg", "-resize", "1000x", self.path(f"{number}.jpg"))
-        self.write_pdf("two.pdf", [self.path("1.jpg"), self.path("2.jpg")])
+        write_pdf(self.path("two.pdf"), [self.path("1.jpg"), self.path("2.jpg")])
         lines = self.tool("measure", "--json", "two.pdf", "--dpi", 100)
         self.assertEqual(len(lines), 2)
         self.assertAlmostEqual(json.loads(lines[1])["angle"], ANGLE, delta=0.1)
@@ -70,31 +70,6 @@ class Tiff(ToolTest):
         self.assertEqual([p[4] for p in pages_of(self.path("out/two.tif"))], ["100, 100 pixels/inch"] * 2)
         self.tool("deskew", "two.pdf", "-d", "out", "--dpi", 100, "--format", "jpg")
         self.assertEqual([exif(self.path(f"out/two-00{n}.jpg"), "XResolution")[0] for n in (1, 2)], [100, 100])
-
-    def write_pdf(self, name, pictures):
-        """A PDF of pages 21 cm wide, each filled by a JPEG."""
-        parts, kids = [], []
-        for picture in pictures:
-            data = picture.read_bytes()
-            width, height = exif(picture, "ImageWidth", "ImageHeight")
-            n = 3 + len(parts)
-            parts.append(b"<</Type/XObject/Subtype/Image/Width %d/Height %d/ColorSpace/DeviceRGB/BitsPerComponent 8"
-                         b"/Filter/DCTDecode/Length %d>>stream\n%s\nendstream" % (width, height, len(data), data))
-            drawing = b"595 0 0 763 0 0 cm /I Do"
-            parts.append(b"<</Length %d>>stream\n%s\nendstream" % (len(drawing), drawing))
-            parts.append(b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 595 763]/Resources<</XObject<</I %d 0 R>>>>"
-                         b"/Contents %d 0 R>>" % (n, n + 1))
-            kids.append(n + 2)
-        objects = [b"<</Type/Catalog/Pages 2 0 R>>",
-                   b"<</Type/Pages/Count %d/Kids[%s]>>" % (len(kids), b" ".join(b"%d 0 R" % k for k in kids))] + parts
-        out, places = b"%PDF-1.4\n", []
-        for number, body in enumerate(objects, 1):
-            places.append(len(out))
-            out += b"%d 0 obj\n%s\nendobj\n" % (number, body)
-        table = b"".join(b"%010d 00000 n \n" % p for p in places)
-        out += b"xref\n0 %d\n0000000000 65535 f \n%strailer\n<</Size %d/Root 1 0 R>>\nstartxref\n%d\n%%%%EOF\n" % (
-            len(objects) + 1, table, len(objects) + 1, len(out))
-        self.path(name).write_bytes(out)
 
 
 if __name__ == "__main__":
