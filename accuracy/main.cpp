@@ -61,7 +61,7 @@ Gray page_of(const Case& c, const std::string& cache) {
 }
 
 void save_picture(const Gray& page, const std::string& path) {
-  const int step = std::max(1, std::max(page.width, page.height) / 700);
+  const int step = std::max(1, (std::max(page.width, page.height) + 399) / 400);
   const int width = page.width / step, height = page.height / step;
   cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
   uint8_t* data = cairo_image_surface_get_data(surface);
