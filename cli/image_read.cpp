@@ -164,7 +164,8 @@ SourceFile open_source(const std::string& path, const std::string& name, const R
   const int pages = header_int(header, VIPS_META_N_PAGES, 1);
   if (file.format == Format::kTiff || file.format == Format::kPdf)
     file.pages = pages;
-  else if (pages > 1 && file.format != Format::kHeif)
+  else if (pages > 1 &&
+           (file.format == Format::kWebp || std::strncmp(loader, "VipsForeignLoadNsgif", 20) == 0))
     throw Failure("is an animation of " + std::to_string(pages) + " frames, not a page");
   return file;
 }

@@ -43,7 +43,8 @@ class Broken(ToolTest):
         tiff = self.small_page("t.tif", "-compress", "lzw").read_bytes()
         self.small_page("w.webp")
         webp = self.path("w.webp").read_bytes()
-        (self.path("folder")).mkdir()
+        convert(good, good, "-resize", "10%", self.path("moving.gif"))
+        self.path("folder").mkdir()
         cases = {
             "half.jpg": (jpeg[:len(jpeg) // 2], "damaged"), "half.png": (png[:len(png) // 2], "damaged"),
             "half.tif": (tiff[:len(tiff) // 2], "damaged"), "half.webp": (webp[:len(webp) // 2], "damaged"),
@@ -52,6 +53,7 @@ class Broken(ToolTest):
             "zeros.tif": (b"II*\0" + bytes(200), "damaged"), "cut.pdf": (b"%PDF-1.4\n1 0 obj\n<<", "damaged"),
             "bomb.png": (png_of_zeros(30000, 30000), "--max-pixels"),
             "long.png": (png_of_zeros(70000, 40), "65535"),
+            "moving.gif": (self.path("moving.gif").read_bytes(), "2 frames"),
             "lies.ppm": (b"P6 60000 60000 255\n" + bytes(1000), "--max-pixels"),
         }
         for name, (content, _) in cases.items():
