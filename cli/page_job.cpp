@@ -80,6 +80,7 @@ FileJob::FileJob(const Input& input, const Options& options) : options_(options)
     if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output();
   } catch (const std::exception& error) {
     trouble_ = error.what();
+    source_.pages = 1;  // one line for the whole file
   }
 }
 
@@ -103,6 +104,7 @@ void FileJob::plan_output() {
   one_file_ = format_ == Format::kTiff;
   output_ = options_.output == "-" ? "-" : output_path(input_, options_, extension_);
   skips_ = options_.resume && one_file_ && exists(output_);
+  if (one_file_ && !skips_ && !options_.dry_run) check_target(output_);
   if (!one_file_ && source_.pages > 1 && output_ == "-")
     throw Failure("has " + std::to_string(source_.pages) +
                   " pages: only TIFF can carry them on standard output");
@@ -177,7 +179,7 @@ void FileJob::write_page(int number, PageResult& result) {
       result.why = path + " stands already";
       return;
     }
-    check_target(path);
+    if (!one_file_) check_target(path);
   }
   const Page page = read_page(source_, number, read_options_);
   note_size(page, source_.format, result);

@@ -58,6 +58,16 @@ class Tiff(ToolTest):
         self.tool("deskew", "two.tif", "-d", "out", "--min-angle", 0.2)
         self.assertEqual(self.path("out/two.tif").read_bytes(), self.path("two.tif").read_bytes())
 
+    def test_a_book_that_stands_already_gets_one_line(self):
+        book = self.book()
+        self.path("out.tif").write_bytes(b"kept")
+        self.assertEqual(self.tool("deskew", book, "-o", "out.tif", code=1), [])
+        self.assertEqual(len(self.err.splitlines()), 1, self.err)
+        self.tool("deskew", book, "-o", "out.tif", "--resume")
+        self.assertEqual(self.path("out.tif").read_bytes(), b"kept")
+        self.tool("deskew", book, "--in-place")
+        self.assertAlmostEqual(self.angle(book), 0, delta=0.06)
+
     def test_pages_of_a_pdf(self):
         for number in (1, 2):
             convert(DATA / "page.jpg", "-resize", "1000x", self.path(f"{number}.jpg"))
