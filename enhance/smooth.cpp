@@ -28,6 +28,7 @@ int smooth_fast([[maybe_unused]] const SmoothStep& step, int begin, [[maybe_unus
 #if SKEW_SIMD
   return smooth_vectors(step, begin, end);
 #else
+  (void)step, (void)end;
   return begin;
 #endif
 }
