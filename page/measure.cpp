@@ -35,8 +35,8 @@ constexpr double kHighSharpness = 13;    // enough where fewer windows agree
 constexpr double kLeastStrength = 25000;
 constexpr double kNoStrength = 1000;      // a speck of dust
 constexpr double kNoisePeak = 2.5;        // noise on the pixel raster shows up to 2 at 0 degrees
-constexpr double kNoiseElsewhere = 1.36;  // and hardly more than 1 far from there; pictures show more
-constexpr int kElsewhere[] = {112, 158};  // angle indices from the peak
+constexpr double kNoiseElsewhere = 1.47;  // and less than this far from 0 and 45; pictures show 1.5 and more
+constexpr int kElsewhere[] = {-158, -112, 112, 158};    // angle indices
 constexpr double kDiagonal = 45, kDiagonalReach = 0.5;  // degrees
 
 // What one coarse angle leads to.
@@ -160,12 +160,11 @@ bool is_noise(Profiles* profiles, const View& view) {
   if (peak.strength() < kNoStrength) return true;
   if (peak.sharpness() > kNoisePeak) return false;
   double sum = 0;
-  for (const int offset : kElsewhere) {
-    const int index = static_cast<int>(peak.angle / kIndexDegrees) + offset;
-    profiles->turn(view.points, index > kQuarterTurn / 2 ? index - kQuarterTurn : index);
+  for (const int index : kElsewhere) {
+    profiles->turn(view.points, index);
     sum += profiles->rows(0) + profiles->columns(0);
   }
-  return sum / 4 <= kNoiseElsewhere;
+  return sum / 8 <= kNoiseElsewhere;
 }
 
 int verdict_of(const Peak& peak, const SkewPage& result) {
