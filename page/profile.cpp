@@ -84,7 +84,7 @@ PagePoints find_page_points(const uint8_t* image, const uint8_t* edges, int widt
   return points;
 }
 
-bool Strips::prepare(int reach) {
+bool ProfileStrips::prepare(int reach) {
   strips_ = 2 * (reach / kStripWidth + 2);
   margin_ = (strips_ / 2 * kStripWidth * kSteepest / 65536 + 1) * kBinsPerPixel;
   bins_ = 2 * ((reach + 4) * kBinsPerPixel + 2 * margin_);
@@ -94,12 +94,12 @@ bool Strips::prepare(int reach) {
   return counts_ && starts_ && profile_;
 }
 
-void Strips::clear() {
+void ProfileStrips::clear() {
   std::memset(counts_.get(), 0, static_cast<size_t>(strips_) * static_cast<size_t>(bins_));
   points_ = 0;
 }
 
-double Strips::sharpness(int slope) const {
+double ProfileStrips::sharpness(int slope) const {
   if (points_ == 0) return 1;
   for (int s = 0; s < strips_; ++s) {
     const int middle = (s - strips_ / 2) * kStripWidth + kStripWidth / 2;

@@ -31,7 +31,7 @@ PagePoints find_page_points(const uint8_t* image, const uint8_t* edges, int widt
                             ptrdiff_t stride);
 
 // The histograms of one direction.
-class Strips {
+class ProfileStrips {
  public:
   // Room for points up to `reach` pixels from the middle. False if there is no memory.
   bool prepare(int reach);
@@ -66,7 +66,7 @@ class Profiles {
   double columns(int slope) const { return columns_.sharpness(-slope); }
 
  private:
-  Strips rows_, columns_;
+  ProfileStrips rows_, columns_;
 };
 
 }  // namespace skew

@@ -22,7 +22,7 @@ enum class Axis { kRows, kColumns };
 
 // One angle: the products of every main coordinate with its cosine and of every cross coordinate with its
 // sine.
-struct Turn {
+struct AngleProducts {
   const uint16_t *cosine, *sine;
 };
 

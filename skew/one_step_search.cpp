@@ -22,7 +22,7 @@ struct Products {
       sine[i] = static_cast<uint16_t>((i * SIN[index]) >> 16);
     }
   }
-  Turn turn() const { return {cosine, sine}; }
+  AngleProducts turn() const { return {cosine, sine}; }
 
   uint16_t cosine[kCoordinates], sine[kCoordinates];
 };

@@ -15,7 +15,8 @@ int largest(const uint16_t* values, int count) {
 
 // Every point goes to differences[sine - cosine] and to sums[sine + cosine], where there are such bins.
 template <Axis axis, bool with_differences, bool with_sums>
-void count_points(const EdgePoints& points, const Turn& turn, uint16_t* differences, uint16_t* sums) {
+void count_points(const EdgePoints& points, const AngleProducts& turn, uint16_t* differences,
+                  uint16_t* sums) {
   for (size_t i = 0; i < points.count; ++i) {
     const EdgePoint point = points.list[i];
     const int cosine = turn.cosine[axis == Axis::kRows ? point.y : point.x];
@@ -26,7 +27,7 @@ void count_points(const EdgePoints& points, const Turn& turn, uint16_t* differen
 }
 
 template <Axis axis>
-void count_list(const EdgePoints& points, const Turn& turn, uint16_t* differences, uint16_t* sums) {
+void count_list(const EdgePoints& points, const AngleProducts& turn, uint16_t* differences, uint16_t* sums) {
   if (differences && sums)
     count_points<axis, true, true>(points, turn, differences, sums);
   else if (differences)
@@ -51,7 +52,7 @@ void fill(const EdgeBox& box, Axis axis, const Strips& strips) {
   fill_strips(box, axis, strips);
 }
 
-void project(const Strips& strips, const Turn& turn, uint16_t* differences, uint16_t* sums) {
+void project(const Strips& strips, const AngleProducts& turn, uint16_t* differences, uint16_t* sums) {
 #if defined(SKEW_AVX2_FORMS)
   if (has_avx2()) return lanes32::project_strips(strips, turn, differences, sums);
 #endif
@@ -103,7 +104,7 @@ bool Projector::prepare(const EdgeBox& box, const EdgePoints& points, Axis axis,
   return true;
 }
 
-void Projector::count(const Turn& turn, uint16_t* differences, uint16_t* sums) const {
+void Projector::count(const AngleProducts& turn, uint16_t* differences, uint16_t* sums) const {
 #if SKEW_SIMD
   if (strips_) return project({strips_.get(), main_length_, cross_length_}, turn, differences, sums);
 #endif
@@ -120,7 +121,7 @@ double Projector::score_bins(const Buffer<uint16_t>& bins, int count) const {
   return sum_of_squares(bins.get(), count);
 }
 
-Scores Projector::score_both(const Turn& turn) const {
+Scores Projector::score_both(const AngleProducts& turn) const {
   const int cosine = largest(turn.cosine, main_length_),
             bins = cosine + largest(turn.sine, cross_length_) + 1;
   std::memset(differences_.get(), 0, static_cast<size_t>(bins) * sizeof(uint16_t));
@@ -129,7 +130,7 @@ Scores Projector::score_both(const Turn& turn) const {
   return {score_bins(differences_, bins), score_bins(sums_, bins)};
 }
 
-double Projector::score(const Turn& turn, Sign sign) const {
+double Projector::score(const AngleProducts& turn, Sign sign) const {
   const int cosine = largest(turn.cosine, main_length_),
             bins = cosine + largest(turn.sine, cross_length_) + 1;
   const bool sums = sign == Sign::kSum;

@@ -31,11 +31,11 @@ class Projector {
   // memory.
   bool prepare(const EdgeBox& box, const EdgePoints& points, Axis axis, int reach);
 
-  Scores score_both(const Turn& turn) const;
-  double score(const Turn& turn, Sign sign) const;
+  Scores score_both(const AngleProducts& turn) const;
+  double score(const AngleProducts& turn, Sign sign) const;
 
  private:
-  void count(const Turn& turn, uint16_t* differences, uint16_t* sums) const;
+  void count(const AngleProducts& turn, uint16_t* differences, uint16_t* sums) const;
   double score_bins(const Buffer<uint16_t>& bins, int count) const;
 
   const EdgePoints* points_ = nullptr;

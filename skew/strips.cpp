@@ -209,7 +209,7 @@ void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips) {
   }
 }
 
-void project_strips(const Strips& strips, const Turn& turn, uint16_t* differences, uint16_t* sums) {
+void project_strips(const Strips& strips, const AngleProducts& turn, uint16_t* differences, uint16_t* sums) {
   Runs runs;
   RunCounts counts;
   for (int x = 0; x < strips.cross_length;) {

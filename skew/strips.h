@@ -29,9 +29,10 @@ constexpr int kSpareBins = 64;  // a projection may touch, but does not change, 
 // be
 //                       null. Any products will do, but only small steps from one to the next are fast.
 // sum_of_small_squares  for counts whose squares add up to less than 2^32
-#define SKEW_DECLARE_STRIPS                                                                           \
-  void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips);                              \
-  void project_strips(const Strips& strips, const Turn& turn, uint16_t* differences, uint16_t* sums); \
+#define SKEW_DECLARE_STRIPS                                                                   \
+  void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips);                      \
+  void project_strips(const Strips& strips, const AngleProducts& turn, uint16_t* differences, \
+                      uint16_t* sums);                                                        \
   uint32_t sum_of_small_squares(const uint16_t* counts, int bins);
 
 inline namespace SKEW_LANES {

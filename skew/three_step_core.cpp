@@ -101,7 +101,7 @@ class Search {
 
   // One row of both tables. Entries that no rounding of a product explains are cut, so that every sum and
   // difference stays within reach.
-  Turn turn(const uint16_t* cosines, const uint16_t* sines, int row) {
+  AngleProducts turn(const uint16_t* cosines, const uint16_t* sines, int row) {
     uint16_t* cosine = products_.get();
     uint16_t* sine = cosine + main_length_;
     copy_limited(cosines + static_cast<ptrdiff_t>(row) * main_length_, main_length_, cosine);

@@ -46,7 +46,7 @@ void compare(const Forms& form, const EdgeBox& box, Axis axis, const std::vector
   const Strips strips = {counts.data(), main, cross};
   form.fill(box, axis, strips);
   std::vector<uint16_t> found_differences(differences.size()), found_sums(differences.size());
-  const Turn turn = {cosine.data(), sine.data()};
+  const AngleProducts turn = {cosine.data(), sine.data()};
   form.project(strips, turn, found_differences.data() + kMostProducts, found_sums.data());
   EXPECT_EQ(differences, found_differences);
   EXPECT_EQ(sums, found_sums);
