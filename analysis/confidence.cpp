@@ -6,6 +6,12 @@
 #include "core/raster.h"
 #include "include/skewcorrection/analysis.h"
 
+// The records are part of the published interface.
+static_assert(sizeof(HeightCluster) == 8 && offsetof(HeightCluster, count) == 0 &&
+              offsetof(HeightCluster, meanHeight) == 4);
+static_assert(sizeof(AngleCluster) == 16 && offsetof(AngleCluster, count) == 0 &&
+              offsetof(AngleCluster, meanAngle) == 8);
+
 namespace skew {
 namespace {
 

@@ -8,6 +8,12 @@
 
 namespace skew {
 
+// The record is part of the published interface.
+static_assert(sizeof(ImgROI) == 24 && offsetof(ImgROI, left) == 0 && offsetof(ImgROI, right) == 2 &&
+              offsetof(ImgROI, top) == 4 && offsetof(ImgROI, bottom) == 6 && offsetof(ImgROI, area) == 8 &&
+              offsetof(ImgROI, link) == 12 && offsetof(ImgROI, maxRun) == 16 &&
+              offsetof(ImgROI, scratchIndex) == 18 && offsetof(ImgROI, reserved) == 20);
+
 // Bytes from one row of a padded raster to the next: the width raised to a multiple of 4.
 constexpr ptrdiff_t padded_stride(int width) {
   return static_cast<ptrdiff_t>((static_cast<int64_t>(width) + 3) & ~int64_t{3});

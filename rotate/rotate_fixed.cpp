@@ -4,6 +4,18 @@
 #include "rotate/job.h"
 #include "rotate/table_turn.h"
 
+// The record is part of the published interface.
+static_assert(sizeof(void*) != 8 ||
+              (sizeof(RotateImageParam) == 40 && offsetof(RotateImageParam, pDst) == 8 &&
+               offsetof(RotateImageParam, width) == 16 && offsetof(RotateImageParam, height) == 20 &&
+               offsetof(RotateImageParam, angle) == 24 && offsetof(RotateImageParam, startX) == 32 &&
+               offsetof(RotateImageParam, endX) == 36));
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(RotateImageParam) == 32 && offsetof(RotateImageParam, pDst) == 4 &&
+               offsetof(RotateImageParam, width) == 8 && offsetof(RotateImageParam, height) == 12 &&
+               offsetof(RotateImageParam, angle) == 16 && offsetof(RotateImageParam, startX) == 24 &&
+               offsetof(RotateImageParam, endX) == 28));
+
 namespace skew {
 namespace {
 
