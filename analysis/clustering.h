@@ -29,12 +29,13 @@ class Clustering {
   bool add(Value value) {
     ++valid_;
     Cluster* cluster = nearest(value);
-    if (cluster == nullptr) {
-      if (size_ == kMaxClusters) return false;
-      cluster = &clusters_[size_++];
+    if (cluster != nullptr) {
+      ++cluster->count;
+      cluster->sum += value;
+      return true;
     }
-    ++cluster->count;
-    cluster->sum += value;
+    if (size_ == kMaxClusters) return false;
+    clusters_[size_++] = {1, value};  // added to 0.0, a value of -0.0 would lose its sign
     return true;
   }
 

@@ -149,6 +149,9 @@ TEST(AngleConfidence, ClustersAndVerdicts) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(c.verdict, judge_angles(c.angles));
   }
+  const Verdict level = judge_angles(std::vector<double>(5, -0.0));
+  ASSERT_EQ(1u, level.clusters.size());
+  EXPECT_TRUE(std::signbit(level.clusters[0].second));
   AngleCluster clusters[30];
   int count = 5, valid = 5;
   EXPECT_EQ(-1, GetHighConfidenceSkewAngle(nullptr, 9, clusters, &count, &valid));
