@@ -24,7 +24,7 @@ SKEW_API extern const int32_t A_tCos_256_226[65536];
 /* Sine of an angle whose magnitude is first cut down to a multiple of 0.2 degree.
  *   angle  degrees, of either sign; below 66 in magnitude to be met, larger ones count as 65.8
  * Returns SIN[a] / 65536, negated for angles below zero: always an exact multiple of 1/65536, and +0.0 for
- * anything that is cut down to zero from above or is -0.0. NaN gives NaN.
+ * anything that is cut down to zero, from either side. NaN gives NaN.
  * Keeps no state; calls may run concurrently. */
 SKEW_API double SIN_sin(double angle);
 
