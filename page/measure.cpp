@@ -230,7 +230,8 @@ bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Pag
 }
 
 bool valid(const uint8_t* pixels, int width, int height, ptrdiff_t stride) {
-  return pixels != nullptr && width >= 1 && height >= 1 && (stride >= width || stride <= -ptrdiff_t{width});
+  return pixels != nullptr && width >= 1 && height >= 1 &&
+         row_distance(stride) >= static_cast<uint64_t>(width) && is_addressable(stride, height);
 }
 
 bool copy_windows(const Windows& windows, double angle, SkewPageDetails* details) {

@@ -1,5 +1,7 @@
 // Rotation by any angle, keeping the canvas or expanding it.
-#include "core/buffer.h"
+#include <cstring>
+
+#include "core/raster.h"
 #include "include/skewcorrection/rotate.h"
 #include "rotate/job.h"
 
@@ -33,7 +35,8 @@ int find_size(Size source, double angle, int canvas, Size* size) {
 }
 
 bool holds_rows(ptrdiff_t stride, int width, int pixel_bytes) {
-  return magnitude(stride) >= int64_t{width} * pixel_bytes && stride % (pixel_bytes == 4 ? 4 : 1) == 0;
+  return row_distance(stride) >= static_cast<uint64_t>(width) * static_cast<uint64_t>(pixel_bytes) &&
+         stride % (pixel_bytes == 4 ? 4 : 1) == 0;
 }
 
 struct Raster {
@@ -58,8 +61,8 @@ int rotate_any(PixelFormat format, int pixel_bytes, const Raster& raster, Size s
       !holds_rows(raster.source_stride, source.width, pixel_bytes) ||
       !holds_rows(raster.destination_stride, size.width, pixel_bytes))
     return SKEW_INVALID_ARGUMENT;
-  if (checked_bytes<uint8_t>(static_cast<uint64_t>(size.height),
-                             static_cast<uint64_t>(magnitude(raster.destination_stride))) == 0)
+  if (!is_addressable(raster.source_stride, source.height) ||
+      !is_addressable(raster.destination_stride, size.height))
     return SKEW_OUT_OF_MEMORY;
 
   const Turn turn = turn_by(angle);

@@ -138,6 +138,8 @@ TEST(MeasurePage, RefusesBadArguments) {
   EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page(&pixel, 1, -1, 1, &page));
   EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page(&pixel, 2, 1, 1, &page));
   EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page(&pixel, 2, 1, -1, &page));
+  for (const ptrdiff_t stride : {PTRDIFF_MIN, PTRDIFF_MAX / 39, -(PTRDIFF_MAX / 39)})
+    EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page(&pixel, 40, 40, stride, &page));
   EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page(&pixel, 1, 1, 1, nullptr));
   EXPECT_EQ(SKEW_INVALID_ARGUMENT, skew_measure_page_details(&pixel, 1, 1, 1, &page, nullptr));
   details.windowCount = 5;

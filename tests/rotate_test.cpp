@@ -380,7 +380,7 @@ TEST(RotateByAnyAngle, ExpandsToShowTheWholeSource) {
   }
 }
 
-TEST(RotateByAnyAngle, RefusesStridesThatAreTooShort) {
+TEST(RotateByAnyAngle, RefusesStridesThatAreTooShortOrTooLong) {
   const Bytes source(4 * 10 * 10);
   Bytes out(source.size(), 7);
   const uint8_t fill[3] = {};
@@ -391,6 +391,10 @@ TEST(RotateByAnyAngle, RefusesStridesThatAreTooShort) {
   const Pixels pixels(100);
   EXPECT_EQ(1, skew_rotate_argb(reinterpret_cast<const uint32_t*>(pixels.data()), 41, 9, 9, 1,
                                 SKEW_CANVAS_KEEP, reinterpret_cast<uint32_t*>(out.data()), 40, 0));
+  for (const ptrdiff_t stride : {PTRDIFF_MIN, PTRDIFF_MAX / 9, -(PTRDIFF_MAX / 9)}) {
+    EXPECT_EQ(2, skew_rotate_gray(source.data(), stride, 10, 10, 1, SKEW_CANVAS_KEEP, out.data(), 10, 0));
+    EXPECT_EQ(2, skew_rotate_gray(source.data(), 10, 10, 10, 1, SKEW_CANVAS_KEEP, out.data(), stride, 0));
+  }
   EXPECT_EQ(Bytes(source.size(), 7), out);
 }
 

@@ -130,7 +130,7 @@ SKEW_API int skew_rotated_size(int width, int height, double angle, int canvas, 
  * -1/2 <= X < width - 1/2, and Y likewise. It is interpolated and rounded as RotateGrayImage does; in the
  * outer half pixel the border's own values count.
  * Returns SKEW_OK; SKEW_INVALID_ARGUMENT as skew_rotated_size does and for a stride that is too short;
- * SKEW_OUT_OF_MEMORY if the destination would be too large to address. Nothing is written on failure.
+ * SKEW_OUT_OF_MEMORY if an image would be too large to address. Nothing is written on failure.
  * Heap: none. */
 SKEW_API int skew_rotate_gray(const unsigned char* pSrc, ptrdiff_t srcStride, int width, int height,
                               double angle, int canvas, unsigned char* pDst, ptrdiff_t dstStride,
