@@ -11,19 +11,9 @@
 #include "jni/last_angle.h"
 #include "skew/driver.h"
 #include "tests/support/allocations.h"
+#include "tests/support/jni_methods.h"
 #include "tests/support/jni_table.h"
 #include "tests/support/log_capture.h"
-
-#define SKEW_JAVA_METHOD(name) Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_##name
-extern "C" {
-jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Preview)(JNIEnv*, jclass, jbyteArray, jint, jint, jint, jint, jint,
-                                               jint, jstring);
-jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot)(JNIEnv*, jclass, jintArray, jint, jint, jstring);
-jint SKEW_JAVA_METHOD(ImgSkewCorrect_1ImageLoadingMode)(JNIEnv*, jclass, jintArray, jintArray, jint, jint);
-jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(JNIEnv*, jclass, jbyteArray, jbyteArray, jint,
-                                                           jint);
-jdouble SKEW_JAVA_METHOD(AmountOfSkewInImage)(JNIEnv*, jclass);
-}
 
 namespace skew {
 namespace {
