@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kHead = R"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
-<title>Straightened pages</title><style>
+<title>Angles of pages</title><style>
 :root { color-scheme: light dark; --agree: #12884a; --differ: #d1481f; --content: #2463c4 }
 body { font: 16px/1.5 system-ui, sans-serif; max-width: 1200px; margin: 2rem auto; padding: 0 1rem }
 table { border-collapse: collapse; margin: 1rem 0 } td, th { padding: .25rem .8rem .25rem 0; text-align: left }
@@ -22,7 +22,7 @@ section { border-top: 1px solid #8886; margin-top: 2.5rem; padding-top: .5rem }
 h2 { overflow-wrap: anywhere; margin-bottom: 0 }
 .pictures { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(420px, 100%), 1fr)); gap: 1.5rem }
 figure { margin: 0 } figcaption { font-size: .9rem; opacity: .8 }
-.compare { position: relative; line-height: 0; background: #8883 }
+.single img { width: 100% } .compare { position: relative; line-height: 0; background: #8883 }
 .compare img { width: 100% } .compare .after { position: absolute; inset: 0; overflow: hidden;
   clip-path: inset(0 0 0 var(--at, 50%)) } .compare .after img { width: 100%; height: 100%; object-fit: contain }
 .compare::after { content: ""; position: absolute; top: 0; bottom: 0; left: var(--at, 50%); width: 2px;
@@ -39,7 +39,7 @@ polyline { stroke: currentColor; stroke-width: 1.5 } line.tick { stroke: #8886 }
 svg text { font: 18px system-ui, sans-serif; text-anchor: middle; fill: currentColor }
 .key { color: var(--agree) } .key.differs { color: var(--differ) } .key.content { color: var(--content) }
 </style></head><body>
-<h1>Straightened pages</h1>
+<h1>Angles of pages</h1>
 )";
 
 constexpr const char* kTail = R"(<script>
@@ -102,7 +102,7 @@ std::string consequence(const PageResult& result) {
   if (result.action == Action::kStraightened)
     return std::string(" The page is turned ") + (result.measurement.angle > 0 ? "counter-" : "") +
            "clockwise to level them.";
-  return " The page is left alone (" + result.why + ").";
+  return " The page stays as it is (" + result.why + ").";
 }
 
 Failure unwritable() { return Failure(std::string("the report cannot be written: ") + std::strerror(errno)); }
@@ -114,7 +114,8 @@ std::string report_section(const PageResult& result, const Raster& before, const
   std::string html = "<h2>" + escaped(page_name(result)) + "</h2>\n<p class=\"verdict\">" +
                      verdict_sentence(result.measurement) + consequence(result) +
                      "</p>\n<div class=\"pictures\">";
-  html += "<figure><div class=\"compare\"><img alt=\"before\" src=\"" + picture_address(before) + "\">";
+  html += std::string("<figure><div class=\"") + (after.pixels.empty() ? "single" : "compare") +
+          "\"><img alt=\"before\" src=\"" + picture_address(before) + "\">";
   if (!after.pixels.empty())
     html += "<div class=\"after\"><img alt=\"after\" src=\"" + picture_address(after) +
             "\"></div><input type=\"range\" min=\"0\" max=\"100\" value=\"50\" step=\"0.1\" "
@@ -153,11 +154,11 @@ void ReportFile::add(const PageResult& result) {
   left_alone_ += result.action == Action::kLeftAlone;
   failed_ += result.action == Action::kFailed;
   const bool told = result.measured && result.measurement.verdict != Verdict::kBlank;
-  overview_ += "<tr><td><a href=\"#" + anchor + "\">" + escaped(page_name(result)) +
-               "</a></td><td class=\"number\">" + (told ? number("%.2f°", result.measurement.angle) : "") +
-               "</td><td>" + (result.measured ? verdict_word(result.measurement.verdict) : "failed") +
-               "</td><td>" + (result.action == Action::kStraightened ? "straightened" : escaped(result.why)) +
-               "</td></tr>\n";
+  overview_ +=
+      "<tr><td><a href=\"#" + anchor + "\">" + escaped(page_name(result)) + "</a></td><td class=\"number\">" +
+      (told ? number("%.2f°", result.measurement.angle) : "") + "</td><td>" +
+      (result.measured ? verdict_word(result.measurement.verdict) : "failed") + "</td><td>" +
+      (result.action == Action::kStraightened ? "to straighten" : escaped(result.why)) + "</td></tr>\n";
   std::string section = "<section id=\"" + anchor + "\">";
   section += result.html.empty()
                  ? "<h2>" + escaped(page_name(result)) + "</h2><p>This page " + escaped(result.why) + ".</p>"
@@ -171,7 +172,7 @@ void ReportFile::finish() {
   FILE* out = std::fopen(whole.path().c_str(), "wb");
   if (!out) throw unwritable();
   std::fprintf(out,
-               "%s<p>%d %s: %d straightened, %d left alone, %d failed.</p>\n<table><tr><th>Page</th>"
+               "%s<p>%d %s: %d to straighten, %d to leave alone, %d failed.</p>\n<table><tr><th>Page</th>"
                "<th>Angle</th><th>Verdict</th><th></th></tr>\n%s</table>\n",
                kHead, pages_, pages_ == 1 ? "page" : "pages", straightened_, left_alone_, failed_,
                overview_.c_str());

@@ -24,9 +24,10 @@ class Report(ToolTest):
 
     def test_it_says_what_was_found_and_needs_nothing_else(self):
         text = self.report().read_text()
-        for words in ["3 pages: 1 straightened, 1 left alone, 1 failed", "&lt;odd &amp; name&gt;.jpg",
+        for words in ["3 pages: 1 to straighten, 1 to leave alone, 1 failed", "&lt;odd &amp; name&gt;.jpg",
                       "fall to the right by 4.5", "windows agree", "nothing on this page to measure"]:
             self.assertIn(words, text)
+        self.assertEqual(text.count('class="compare"'), 1, "only a page that is turned has a divider")
         self.assertEqual([a for a in re.findall(r'(?:src|href)="(?!data:image/|#)[^"]*', text)], [])
 
     def test_it_works_in_a_browser(self):
