@@ -43,7 +43,7 @@ constexpr int64_t kHalf = int64_t{1} << (2 * kPositionBits - 1);
 
 #if SKEW_SIMD
 
-constexpr int kTileColumns = 32;
+constexpr int kTileColumns = 128;
 
 // Some pixels of one row of a tile whose neighbours are gathered one by one.
 struct alignas(32) TileRow {

@@ -12,9 +12,9 @@ inline namespace SKEW_LANES {
 namespace {
 
 #if !SKEW_SIMD
-constexpr int kTileColumns = 32;
+constexpr int kTileColumns = 128;
 #endif
-constexpr int kTileRows = 16;
+constexpr int kTileRows = 8;
 
 constexpr int lesser(int a, int b) { return a < b ? a : b; }
 constexpr int greater(int a, int b) { return a < b ? b : a; }
@@ -60,7 +60,7 @@ void write_plain(const RotationJob& job, const Pixel& pixel, int y, Columns colu
 
 #if SKEW_SIMD
 // Offsets of a tile are held in 32 bits; images with rows longer than this are rotated pixel by pixel.
-constexpr ptrdiff_t kLongestRow = 1 << 25;
+constexpr ptrdiff_t kLongestRow = 1 << 23;
 
 // The steps of a rotation, ready for the pixels of a row.
 struct Steps {
@@ -161,17 +161,20 @@ bool can_look_up(const Rotation& r, const Steps& steps, int64_t x, int64_t y, in
 }
 #endif
 
-#if SKEW_LOOKUP
-// Asks for the source of the tile after the next one. A tile's rows are short and lie far apart, so the
-// processor does not foresee them. Gathering keeps enough reads under way without this; lookups do not.
+// Asks for what a row of the next tile reads first: one pixel of each cache line on its way. A tile's rows are
+// short and lie far apart, so the processor does not foresee them.
+template <class Pixel>
 void ask_ahead(const RotationJob& job, int64_t x, int64_t y) {
+  constexpr int kPixelsPerLine = 64 / Pixel::kBytes;
   const Rotation& r = job.rotation;
-  const int64_t column = (x + 2 * kTileColumns * int64_t{r.step_x}) >> kPositionBits;
-  const int64_t row = (y + 2 * kTileColumns * int64_t{r.step_y}) >> kPositionBits;
-  if (row < 0 || row >= r.source.height || column < 0 || column >= r.source.width) return;
-  __builtin_prefetch(job.source + static_cast<ptrdiff_t>(row) * job.source_stride + column);
+  for (int i = kTileColumns; i < 2 * kTileColumns; i += kPixelsPerLine) {
+    const int64_t column = (x + i * int64_t{r.step_x}) >> kPositionBits;
+    const int64_t row = (y + i * int64_t{r.step_y}) >> kPositionBits;
+    if (row < 0 || row >= r.source.height || column < 0 || column >= r.source.width) return;
+    __builtin_prefetch(job.source + static_cast<ptrdiff_t>(row) * job.source_stride +
+                       static_cast<ptrdiff_t>(column) * Pixel::kBytes);
+  }
 }
-#endif
 
 // Pixels whose neighbours all lie in the source, at most a tile's width of them. Returns how many of them are
 // gathered in `row` and still to be blended: all or none.
@@ -185,9 +188,9 @@ int fetch_inner(const RotationJob& job, const Steps& steps, int y, Columns colum
                            static_cast<ptrdiff_t>(from_x >> kPositionBits) * Pixel::kBytes,
                        job.source_stride, static_cast<int32_t>(from_x & kFractionMask),
                        static_cast<int32_t>(from_y & kFractionMask), columns.end - columns.begin};
+  ask_ahead<Pixel>(job, from_x, from_y);
 #if SKEW_LOOKUP
   if constexpr (Pixel::kBytes == 1) {
-    ask_ahead(job, from_x, from_y);
     if (piece.count == kTileColumns && can_look_up(r, steps, from_x, from_y, piece.count)) {
       for (int i = 0; i < kTileColumns; i += kLanes16)
         Pixel::Lanes::store_pixels(to + i, look_up_pixels<Pixel>(steps, piece, i),

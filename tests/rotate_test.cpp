@@ -36,8 +36,8 @@ std::vector<Shape> shapes() {
   std::vector<Shape> all;
   for (int width = 1; width <= 9; ++width)
     for (int height = 1; height <= 5; ++height) all.push_back({width, height});
-  for (int width : {1, 2, 15, 16, 17, 31, 32, 33, 34, 63, 64, 65, 97})
-    for (int height : {1, 2, 15, 16, 17, 33, 70}) all.push_back({width, height});
+  for (int width : {1, 2, 15, 16, 17, 31, 33, 64, 127, 128, 129, 150, 257, 430})
+    for (int height : {1, 2, 7, 8, 9, 33, 150}) all.push_back({width, height});
   all.push_back({211, 160});
   all.push_back({701, 40});
   all.push_back({40, 701});
