@@ -215,7 +215,7 @@ int time_methods() {
 
 void write_csv(const std::vector<Row>& rows, const std::string& path) {
   std::ofstream out(path);
-  out << "page,kind,spoil,truth";
+  out << "file,kind,spoil,truth";
   for (const Method& method : kMethods) out << "," << method.name << "," << method.name << " verdict";
   out << "\n";
   for (const Row& row : rows) {
