@@ -39,7 +39,7 @@ int32_t rounded_mean(uint64_t sum, uint64_t count) {
 
 void getBarycenter(const uint8_t* pSrc, int width, int height, int32_t* pX, int32_t* pY) {
   uint64_t count = 0, columns = 0, rows = 0;
-  for (int y = 0; y < height; ++y) {
+  for (int y = 0; width > 0 && y < height; ++y) {
     const skew::RowSum sum = skew::sum_row(pSrc + ptrdiff_t{y} * width, width);
     count += sum.count;
     columns += sum.columns;

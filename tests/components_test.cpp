@@ -263,10 +263,11 @@ TEST(Barycenter, RoundsTheMeans) {
                {"the last pixel", 9, 8, {{8, 7}}, {8, 7}},
                {"black", 9, 8, {}, {0, 0}},
                {"no columns", 0, 8, {}, {0, 0}},
-               {"fewer than none", -1, -1, {}, {0, 0}}};
+               {"fewer than none", -1, 8, {}, {0, 0}},
+               {"no rows", 9, -1, {}, {0, 0}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    std::vector<uint8_t> image(static_cast<size_t>(c.width < 0 ? 0 : c.width * c.height));
+    std::vector<uint8_t> image(static_cast<size_t>(c.width < 0 || c.height < 0 ? 0 : c.width * c.height));
     for (const Point& p : c.pixels) image[static_cast<size_t>(p.y * c.width + p.x)] = 1;
     EXPECT_EQ(c.centre, barycenter(image, c.width, c.height));
   }
