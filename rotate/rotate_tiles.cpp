@@ -2,7 +2,8 @@
 //
 // The destination is walked in small tiles, since their sources are small too: row by row the source crosses
 // hundreds of memory pages, more than the processor keeps addresses of. In each row the pixels that have a
-// source form one run, whose ends are found once; so no pixel is tested.
+// source form one run, whose ends are found once; so no pixel is tested. The bands of tiles are taken from
+// the end at which each source row is met from left to right: processors foresee reads that go upwards in memory.
 #include "core/simd.h"
 #include "rotate/bilinear.h"
 #include "rotate/job.h"
@@ -161,21 +162,6 @@ bool can_look_up(const Rotation& r, const Steps& steps, int64_t x, int64_t y, in
 }
 #endif
 
-// Asks for what a row of the next tile reads first: one pixel of each cache line on its way. A tile's rows are
-// short and lie far apart, so the processor does not foresee them.
-template <class Pixel>
-void ask_ahead(const RotationJob& job, int64_t x, int64_t y) {
-  constexpr int kPixelsPerLine = 64 / Pixel::kBytes;
-  const Rotation& r = job.rotation;
-  for (int i = kTileColumns; i < 2 * kTileColumns; i += kPixelsPerLine) {
-    const int64_t column = (x + i * int64_t{r.step_x}) >> kPositionBits;
-    const int64_t row = (y + i * int64_t{r.step_y}) >> kPositionBits;
-    if (row < 0 || row >= r.source.height || column < 0 || column >= r.source.width) return;
-    __builtin_prefetch(job.source + static_cast<ptrdiff_t>(row) * job.source_stride +
-                       static_cast<ptrdiff_t>(column) * Pixel::kBytes);
-  }
-}
-
 // Pixels whose neighbours all lie in the source, at most a tile's width of them. Returns how many of them are
 // gathered in `row` and still to be blended: all or none.
 template <class Pixel>
@@ -188,7 +174,6 @@ int fetch_inner(const RotationJob& job, const Steps& steps, int y, Columns colum
                            static_cast<ptrdiff_t>(from_x >> kPositionBits) * Pixel::kBytes,
                        job.source_stride, static_cast<int32_t>(from_x & kFractionMask),
                        static_cast<int32_t>(from_y & kFractionMask), columns.end - columns.begin};
-  ask_ahead<Pixel>(job, from_x, from_y);
 #if SKEW_LOOKUP
   if constexpr (Pixel::kBytes == 1) {
     if (piece.count == kTileColumns && can_look_up(r, steps, from_x, from_y, piece.count)) {
@@ -252,8 +237,9 @@ void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
   const Steps steps(r);
   TileRow scratch[kTileRows] = {};
 #endif
-  for (int64_t top = 0; top < r.destination.height; top += kTileRows) {
-    const int first = static_cast<int>(top);
+  const int64_t bands = (r.destination.height + int64_t{kTileRows} - 1) / kTileRows;
+  for (int64_t done = 0; done < bands; ++done) {
+    const int first = static_cast<int>((r.step_y > 0 ? bands - 1 - done : done) * kTileRows);
     const int rows = lesser(kTileRows, r.destination.height - first);
     Runs runs[kTileRows];
     for (int i = 0; i < rows; ++i) runs[i] = runs_of(job, first + i, Pixel::kMargin, band);
