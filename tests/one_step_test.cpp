@@ -8,6 +8,7 @@
 #include "reference/search.h"
 #include "skew/one_step_search.h"
 #include "tests/support/allocations.h"
+#include "tests/support/noise.h"
 #include "tests/support/random.h"
 
 namespace skew {
@@ -37,17 +38,6 @@ struct Map {
   ImgROI roi;
 };
 
-// Every pixel is an edge point with the given chance in 1000; what lies around the box is full of points.
-Map noise(int width, int height, int chance, uint64_t seed) {
-  Map map(width, height);
-  map.pixels.assign(map.pixels.size(), 1);
-  test::Random random(seed);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x)
-      map.set(x, y, random.below(1000) < chance ? static_cast<uint8_t>(1 + random.below(255)) : 0);
-  return map;
-}
-
 // Lines ten pixels apart that run along the given angle, with gaps.
 Map lines(int width, int height, double degrees, uint64_t seed) {
   Map map(width, height);
@@ -71,7 +61,7 @@ TEST(OneStep, AgreesWithTheLiteralFormOnEveryShapeOfBox) {
   for (const auto& c : cases)
     for (uint64_t seed = 1; seed <= (c.width < 300 ? 3 : 1); ++seed) {
       SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", seed " << seed);
-      const Map map = noise(c.width, c.height, c.chance, seed);
+      const Map map = test::noise<Map>(c.width, c.height, c.chance, seed);
       EXPECT_EQ(map.reference(), map.angle());
     }
 }
@@ -139,7 +129,7 @@ TEST(OneStep, ReadsNothingWhenTheBoxIsEmpty) {
 
 TEST(OneStep, ReportsEveryFailedAllocation) {
   for (const int side : {189, 300}) {
-    const Map map = noise(side, side, 200, 1);
+    const Map map = test::noise<Map>(side, side, 200, 1);
     int status = -1;
     for (long number = 1; status != 0; ++number) {
       ASSERT_LT(number, 10);
@@ -165,7 +155,7 @@ TEST(OneStep, UsesNoMoreHeapThanItSays) {
                {189, 189, 10}, {256, 256, 1000}, {300, 270, 100}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.chance);
-    const Map map = noise(c.width, c.height, c.chance, 1);
+    const Map map = test::noise<Map>(c.width, c.height, c.chance, 1);
     OneStepResult result;
     const size_t before = test::bytes_held();
     test::reset_peak();

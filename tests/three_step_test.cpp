@@ -9,6 +9,7 @@
 #include "reference/search.h"
 #include "reference/three_step.h"
 #include "tests/support/allocations.h"
+#include "tests/support/noise.h"
 #include "tests/support/random.h"
 
 namespace skew {
@@ -58,15 +59,6 @@ struct Map {
   std::vector<uint8_t> pixels;
   ImgROI roi;
 };
-
-Map noise(int width, int height, int chance, uint64_t seed) {
-  Map map(width, height);
-  map.pixels.assign(map.pixels.size(), 1);
-  test::Random random(seed);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) map.set(x, y, random.below(1000) < chance ? 1 + random.below(255) : 0);
-  return map;
-}
 
 // Text lines, or the columns that stand upright on them, turned by an angle.
 Map lines(int width, int height, double degrees, Text text, uint64_t seed) {
@@ -122,7 +114,7 @@ TEST(ThreeSteps, AgreesWithTheLiteralFormOnEveryShapeOfBoxAndRounding) {
       for (const Rounding rounding : {Rounding::kDown, Rounding::kNearest, Rounding::kUp}) {
         SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", rounding "
                                         << static_cast<int>(rounding) << ", text " << static_cast<int>(text));
-        check(noise(c.width, c.height, c.chance, 1), Tables(c.width, c.height, text, rounding), text);
+        check(test::noise<Map>(c.width, c.height, c.chance, 1), Tables(c.width, c.height, text, rounding), text);
       }
 }
 
@@ -201,7 +193,7 @@ TEST(ThreeSteps, AnswersForBoxesWithNothingInThem) {
 
 // Tables that no caller should pass: only that nothing is touched out of bounds, which the sanitizers watch.
 TEST(ThreeSteps, SurvivesHostileTables) {
-  const Map map = noise(61, 47, 400, 6);
+  const Map map = test::noise<Map>(61, 47, 400, 6);
   for (const Text text : {Text::kHorizontal, Text::kVertical}) {
     Tables tables(61, 47, text);
     test::Random random(8);
@@ -216,7 +208,7 @@ TEST(ThreeSteps, SurvivesHostileTables) {
 
 TEST(ThreeSteps, ReportsEveryFailedAllocation) {
   for (const int chance : {5, 300}) {
-    const Map map = noise(120, 90, chance, 1);
+    const Map map = test::noise<Map>(120, 90, chance, 1);
     const Tables tables(120, 90, Text::kVertical);
     Found found = {-1, -1, -1, -1};
     for (long number = 1; found.status != 0; ++number) {
@@ -236,7 +228,7 @@ TEST(ThreeSteps, ReportsEveryFailedAllocation) {
 
 TEST(ThreeSteps, UseNoMoreHeapThanTheySay) {
   for (const int chance : {5, 300, 1000}) {
-    const Map map = noise(220, 90, chance, 1);
+    const Map map = test::noise<Map>(220, 90, chance, 1);
     const Tables tables(220, 90, Text::kVertical);
     size_t points = 0;
     for (int y = 0; y < 90; ++y)
