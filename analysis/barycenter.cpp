@@ -9,8 +9,8 @@ namespace skew {
 namespace {
 
 int sum_fast(const uint8_t* row, int width, RowSum* sum) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::sum_vectors(row, width, sum);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::sum_vectors(row, width, sum);
 #endif
 #if SKEW_SIMD
   return sum_vectors(row, width, sum);

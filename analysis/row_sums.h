@@ -22,7 +22,7 @@ inline namespace SKEW_LANES {
 int sum_vectors(const uint8_t* row, int width, RowSum* sum);
 
 }  // namespace SKEW_LANES
-#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 int sum_vectors(const uint8_t* row, int width, RowSum* sum);
 }

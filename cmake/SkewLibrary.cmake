@@ -30,10 +30,10 @@ target_compile_options(skewcorrection_no_runtime INTERFACE
 target_link_libraries(skewcorrection_no_runtime INTERFACE skewcorrection_flags)
 target_link_libraries(skewcorrection_objects PRIVATE skewcorrection_no_runtime)
 
-set(SKEW_AVX2_FORMS OFF)
+set(SKEW_WIDER_FORMS OFF)
 if(SKEW_SIMD AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
-  set(SKEW_AVX2_FORMS ON)
-  target_compile_definitions(skewcorrection_flags INTERFACE SKEW_AVX2_FORMS=1)
+  set(SKEW_WIDER_FORMS ON)
+  target_compile_definitions(skewcorrection_flags INTERFACE SKEW_WIDER_FORMS=1)
 endif()
 
 # Adds sources of the current folder to the library.
@@ -43,22 +43,32 @@ function(skew_sources)
   endforeach()
 endfunction()
 
-# Adds kernel sources that are compiled a second time for AVX2 on x86-64. Such a source may include only
-# core/simd.h, headers without functions, and headers that keep theirs in namespace SKEW_LANES.
+# Adds kernel sources that are compiled again for wider vectors on x86-64: for AVX2 and, if AVX512 is said, for
+# AVX-512. Such a source may include only core/simd.h, headers without functions, and headers that keep theirs in
+# namespace SKEW_LANES.
 function(skew_kernel_sources)
-  skew_sources(${ARGN})
-  if(SKEW_AVX2_FORMS)
-    foreach(source ${ARGN})
-      string(MAKE_C_IDENTIFIER avx2_${source} name)
-      add_library(skewcorrection_${name} OBJECT ${source})
-      set_target_properties(skewcorrection_${name} PROPERTIES
-        POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-      target_link_libraries(skewcorrection_${name} PRIVATE skewcorrection_no_runtime)
-      target_compile_definitions(skewcorrection_${name} PRIVATE SKEW_AVX2_BUILD=1)
-      target_compile_options(skewcorrection_${name} PRIVATE -mavx2)
-      set_property(GLOBAL APPEND PROPERTY SKEW_KERNEL_OBJECTS $<TARGET_OBJECTS:skewcorrection_${name}>)
-    endforeach()
+  cmake_parse_arguments(PARSE_ARGV 0 arg "AVX512" "" "")
+  set(sources ${arg_UNPARSED_ARGUMENTS})
+  skew_sources(${sources})
+  if(SKEW_WIDER_FORMS)
+    skew_wider_form(avx2 SKEW_AVX2_BUILD "-mavx2" ${sources})
+    if(arg_AVX512)
+      skew_wider_form(avx512 SKEW_AVX512_BUILD "-mavx512f;-mavx512bw;-mavx512vl;-mavx512vbmi" ${sources})
+    endif()
   endif()
+endfunction()
+
+function(skew_wider_form form definition options)
+  foreach(source ${ARGN})
+    string(MAKE_C_IDENTIFIER skewcorrection_${form}_${source} name)
+    add_library(${name} OBJECT ${source})
+    set_target_properties(${name} PROPERTIES
+      POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    target_link_libraries(${name} PRIVATE skewcorrection_no_runtime)
+    target_compile_definitions(${name} PRIVATE ${definition}=1)
+    target_compile_options(${name} PRIVATE ${options})
+    set_property(GLOBAL APPEND PROPERTY SKEW_KERNEL_OBJECTS $<TARGET_OBJECTS:${name}>)
+  endforeach()
 endfunction()
 
 function(skew_add_library_targets)

@@ -19,8 +19,8 @@ struct PixelRows {
 };
 
 PixelRows pixel_rows() {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2())
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32)
     return {lanes32::gray_from_argb_vectors, lanes32::gray_from_rgb_vectors, lanes32::rgb_from_argb_vectors};
 #endif
   return {gray_from_argb_vectors, gray_from_rgb_vectors, rgb_from_argb_vectors};

@@ -16,7 +16,7 @@ namespace skew {
 inline namespace SKEW_LANES {
 SKEW_DECLARE_PIXEL_ROWS
 }
-#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 SKEW_DECLARE_PIXEL_ROWS
 }

@@ -23,8 +23,8 @@ bool bridges(const RowNeighbourhood& rows, int x) {
 }
 
 int close_gaps_fast(const RowNeighbourhood& rows, int begin, int end, uint8_t* out) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::close_gaps_vectors(rows, begin, end, out);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::close_gaps_vectors(rows, begin, end, out);
 #endif
 #if SKEW_SIMD
   return close_gaps_vectors(rows, begin, end, out);

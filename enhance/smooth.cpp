@@ -22,8 +22,8 @@ void smooth_plain(const SmoothStep& step, int begin, int end) {
 }
 
 int smooth_fast([[maybe_unused]] const SmoothStep& step, int begin, [[maybe_unused]] int end) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::smooth_vectors(step, begin, end);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::smooth_vectors(step, begin, end);
 #endif
 #if SKEW_SIMD
   return smooth_vectors(step, begin, end);

@@ -54,8 +54,8 @@ Band find_band(const Histogram& histogram, int64_t threshold) {
 }
 
 int map_fast(const LevelMap& map, uint8_t* row, int end) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::map_levels_vectors(map, row, 0, end);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::map_levels_vectors(map, row, 0, end);
 #endif
 #if SKEW_SIMD
   return map_levels_vectors(map, row, 0, end);
@@ -84,8 +84,8 @@ Band count_band(const Region& region, int row_step, int64_t threshold) {
 constexpr int kSampleStep = 16;  // rows
 
 int count_fast(const uint8_t* row, int end, const LevelSet& levels, LevelCounts* counts) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::count_up_to_vectors(row, 0, end, levels, counts);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::count_up_to_vectors(row, 0, end, levels, counts);
 #endif
   return count_up_to_vectors(row, 0, end, levels, counts);
 }

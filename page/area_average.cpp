@@ -13,8 +13,8 @@ namespace {
 constexpr int64_t kOne = 65536;  // a step of one source pixel
 
 void add_source_row(const uint8_t* pixels, int width, int weight, uint16_t* sums) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::add_row(pixels, width, weight, sums);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::add_row(pixels, width, weight, sums);
 #endif
   lanes16::add_row(pixels, width, weight, sums);
 }

@@ -24,7 +24,7 @@ void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);
 // (c[i+4] + ... + c[i+7] - c[i] - ... - c[i+3])^2 for all i with i + 7 < length.
 uint64_t squared_differences(const uint16_t* counts, int length);
 }  // namespace SKEW_LANES
-#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums);
 void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);

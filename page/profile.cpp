@@ -13,15 +13,15 @@ constexpr int kStripWidth = 16;  // pixels
 constexpr int kBinsPerPixel = 4;
 
 void sum_strips(const ShiftedRows& shifted, int length, uint16_t* profile) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::sum_rows(shifted, length, profile);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::sum_rows(shifted, length, profile);
 #endif
   lanes16::sum_rows(shifted, length, profile);
 }
 
 uint64_t squared_steps(const uint16_t* counts, int length) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::squared_differences(counts, length);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::squared_differences(counts, length);
 #endif
   return lanes16::squared_differences(counts, length);
 }

@@ -13,8 +13,8 @@ constexpr int kFailed = -1;
 constexpr int kLeastMaximum = 128;  // the strongest gradient counts as at least this
 
 int mark(const GradientPass& pass) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::mark_candidates(pass);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::mark_candidates(pass);
 #endif
   return mark_candidates(pass);
 }

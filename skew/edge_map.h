@@ -40,7 +40,7 @@ constexpr int kWorkRows = 5;  // three of magnitudes, two of sectors
 inline namespace SKEW_LANES {
 int mark_candidates(const GradientPass& pass);
 }
-#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 int mark_candidates(const GradientPass& pass);
 }

@@ -46,22 +46,22 @@ Buffer<uint8_t> allocate_strips(int main_length, int cross_length) {
 }
 
 void fill(const EdgeBox& box, Axis axis, const Strips& strips) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::fill_strips(box, axis, strips);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::fill_strips(box, axis, strips);
 #endif
   fill_strips(box, axis, strips);
 }
 
 void project(const Strips& strips, const AngleProducts& turn, uint16_t* differences, uint16_t* sums) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::project_strips(strips, turn, differences, sums);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::project_strips(strips, turn, differences, sums);
 #endif
   project_strips(strips, turn, differences, sums);
 }
 
 uint32_t small_squares(const uint16_t* counts, int bins) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::sum_of_small_squares(counts, bins);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32) return lanes32::sum_of_small_squares(counts, bins);
 #endif
   return sum_of_small_squares(counts, bins);
 }

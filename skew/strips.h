@@ -38,7 +38,7 @@ constexpr int kSpareBins = 64;  // a projection may touch, but does not change, 
 inline namespace SKEW_LANES {
 SKEW_DECLARE_STRIPS
 }
-#if defined(SKEW_AVX2_FORMS) && !defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
 namespace lanes32 {
 SKEW_DECLARE_STRIPS
 }

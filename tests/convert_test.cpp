@@ -48,7 +48,7 @@ int convert_vectors(Kind kind, bool avx2, const uint8_t* source, int count, uint
   int64_t (*argb_form)(const int32_t*, int64_t, uint8_t*) =
       kind == kArgbToGray ? gray_from_argb_vectors : rgb_from_argb_vectors;
   int64_t (*rgb_form)(const uint8_t*, int64_t, uint8_t*) = gray_from_rgb_vectors;
-#if defined(SKEW_AVX2_FORMS)
+#if defined(SKEW_WIDER_FORMS)
   if (avx2) {
     argb_form = kind == kArgbToGray ? lanes32::gray_from_argb_vectors : lanes32::rgb_from_argb_vectors;
     rgb_form = lanes32::gray_from_rgb_vectors;
@@ -100,7 +100,7 @@ TEST(PixelFormat, EveryFormGivesThePlainBytesAndTouchesNothingElse) {
         ASSERT_EQ(expected, actual);
 #if SKEW_SIMD
         for (const bool avx2 : {false, true}) {
-          if (avx2 && !has_avx2()) continue;
+          if (avx2 && vector_bytes() < 32) continue;
           std::vector<uint8_t> front(size + 2 * kGuard, kUntouched);
           const int done = convert_vectors(kind, avx2, source.data(), count, &front[kGuard]);
           ASSERT_LE(done, count);

@@ -21,8 +21,8 @@ struct Forms {
 
 std::vector<Forms> forms() {
   std::vector<Forms> all = {{"baseline", fill_strips, project_strips, sum_of_small_squares}};
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2())
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 32)
     all.push_back({"AVX2", lanes32::fill_strips, lanes32::project_strips, lanes32::sum_of_small_squares});
 #endif
   return all;

@@ -1,20 +1,23 @@
 #include "tests/support/processor.h"
 
+#include <algorithm>
+
 namespace skew::test {
 namespace {
 
-bool hidden = false;
+constexpr int kNoLimit = 64;
+int limit = kNoLimit;
 
 }  // namespace
 
-HideAvx2::HideAvx2(bool hide) { hidden = hide; }
-HideAvx2::~HideAvx2() { hidden = false; }
+LimitVectors::LimitVectors(int bytes) { limit = bytes; }
+LimitVectors::~LimitVectors() { limit = kNoLimit; }
 
 extern "C" {
 
-// The linker's names for skew::has_avx2().
-bool __real__ZN4skew8has_avx2Ev();
-bool __wrap__ZN4skew8has_avx2Ev() { return !hidden && __real__ZN4skew8has_avx2Ev(); }
+// The linker's names for skew::vector_bytes().
+int __real__ZN4skew12vector_bytesEv();
+int __wrap__ZN4skew12vector_bytesEv() { return std::min(limit, __real__ZN4skew12vector_bytesEv()); }
 }
 
 }  // namespace skew::test
