@@ -2,12 +2,13 @@
 //
 // The types are the compilers' generic vectors: plain + - * & | ^ ~ << >> and comparisons work on them lane
 // by lane, with the same meaning on every processor. This file adds what the operators cannot say. A vector
-// holds kVectorBytes bytes: 16 on SSE2 and NEON, 32 where a source is compiled a second time for AVX2.
+// holds kVectorBytes bytes: 16 on SSE2 and NEON, 32 where a source is compiled again for AVX2, 64 where it is
+// compiled once more for AVX-512 (core/simd64.h).
 // Comparisons give all ones or all zeros in each lane.
 //
 // Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
-// stands in for one that must run everywhere. A kernel source that is compiled twice puts its own functions
-// into inline namespace SKEW_LANES too; its caller declares both and asks has_avx2() (core/cpu.h) once per
+// stands in for one that must run everywhere. A kernel source that is compiled for more widths puts its own functions
+// into inline namespace SKEW_LANES too; its caller declares all and asks vector_bytes() (core/cpu.h) once per
 // call. With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
 #pragma once
 
@@ -21,7 +22,9 @@
 #define SKEW_SIMD 0
 #endif
 
-#if defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_AVX512_BUILD)
+#define SKEW_LANES lanes64
+#elif defined(SKEW_AVX2_BUILD)
 #define SKEW_LANES lanes32
 #else
 #define SKEW_LANES lanes16
@@ -31,16 +34,26 @@
 
 #if defined(__ARM_NEON)
 #include <arm_neon.h>
-#elif defined(__AVX2__)
+#elif defined(SKEW_AVX512_BUILD) || defined(SKEW_AVX2_BUILD)
+#pragma GCC diagnostic push
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"  // gcc 12 warns of its own AVX-512 functions
+#endif
 #include <immintrin.h>
+#pragma GCC diagnostic pop
 #else
 #include <emmintrin.h>
 #endif
 
+// For what a loop is made of: gcc leaves functions of this size out of line, and with them their vectors.
+#define SKEW_INLINE __attribute__((always_inline)) inline
+
 namespace skew {
 inline namespace SKEW_LANES {
 
-#if defined(SKEW_AVX2_BUILD)
+#if defined(SKEW_AVX512_BUILD)
+constexpr int kVectorBytes = 64;
+#elif defined(SKEW_AVX2_BUILD)
 constexpr int kVectorBytes = 32;
 #else
 constexpr int kVectorBytes = 16;
@@ -68,6 +81,21 @@ template <class V>
 inline void store(void* to, V v) {
   std::memcpy(to, &v, sizeof v);
 }
+
+// Values of two kinds, lane by lane.
+struct Pairs {
+  U32 first, second;
+};
+
+}  // namespace SKEW_LANES
+}  // namespace skew
+
+#if defined(SKEW_AVX512_BUILD)
+#include "core/simd64.h"
+#else
+
+namespace skew {
+inline namespace SKEW_LANES {
 
 // kLanes16 bytes, each widened to 16 bits.
 inline U16 load_widened(const uint8_t* from) {
@@ -336,12 +364,9 @@ inline U16 narrowed(I32 low, I32 high) {
 }
 
 // kLanes32 pairs of neighbouring values, taken apart.
-struct Pairs {
-  U32 first, second;
-};
 inline Pairs load_pairs(const uint64_t* from) {
 #if defined(__ARM_NEON)
-  const uint32x4x2_t pairs = vld2q_u32((const uint32_t*)from);
+  const uint32x4x2_t pairs = vuzpq_u32((uint32x4_t)load<U32>(from), (uint32x4_t)load<U32>(from + 2));
   return {(U32)pairs.val[0], (U32)pairs.val[1]};
 #elif defined(SKEW_AVX2_BUILD)
   const __m256 low = _mm256_loadu2_m128((const float*)(from + 4), (const float*)from);
@@ -361,8 +386,10 @@ inline Pairs load_pairs(const uint64_t* from) {
 #endif
 
 #if SKEW_LOOKUP
-// For each byte of the index, one of the 16 bytes of the table in the same 16 bytes of the vector; 0 where
-// the index is 0x80 or more.
+constexpr int kTableBytes = 16;
+
+// For each byte of the index, which is less than kTableBytes, that byte of the table; 0 where the index is
+// 0x80 or more.
 inline U8 lookup(U8 table, U8 index) {
 #if defined(SKEW_AVX2_BUILD)
   return (U8)_mm256_shuffle_epi8((__m256i)table, (__m256i)index);
@@ -375,8 +402,17 @@ inline U8 lookup(U8 table, U8 index) {
 #endif
 }
 
-// 16 bytes, in every 16 bytes of the vector.
-inline U8 load_repeated(const uint8_t* from) {
+// The lanes of a vector with the given numbers, 0 ... kLanes32 - 1.
+inline U32 permuted(U32 v, I32 lanes) {
+#if defined(SKEW_AVX2_BUILD)
+  return (U32)_mm256_permutevar8x32_epi32((__m256i)v, (__m256i)lanes);
+#else
+  return (U32)lookup((U8)v, (U8)((U32)lanes * 0x04040404u + 0x03020100u));
+#endif
+}
+
+// A table of kTableBytes bytes for lookup.
+inline U8 load_table(const uint8_t* from) {
 #if defined(SKEW_AVX2_BUILD)
   return (U8)_mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)from));
 #else
@@ -385,7 +421,30 @@ inline U8 load_repeated(const uint8_t* from) {
 }
 #endif
 
+// Stores the low three bytes of each lane, and nothing behind them.
+inline void store_triples(uint8_t* to, U32 v) {
+#if defined(SKEW_AVX2_BUILD)
+  const __m256i packing =
+      _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+  const __m256i dense = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8((__m256i)v, packing),
+                                                    _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+  _mm_storeu_si128((__m128i*)to, _mm256_castsi256_si128(dense));
+  _mm_storel_epi64((__m128i*)(to + 16), _mm256_extracti128_si256(dense, 1));
+#elif SKEW_LOOKUP
+  const U8 packing = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 128, 128, 128, 128};
+  const U8 dense = lookup((U8)v, packing);
+  std::memcpy(to, &dense, 12);
+#else
+  for (int i = 0; i < kLanes32; ++i, to += 3) {
+    const uint32_t lane = v[i];
+    std::memcpy(to, &lane, 3);
+  }
+#endif
+}
+
 }  // namespace SKEW_LANES
 }  // namespace skew
+
+#endif  // SKEW_AVX512_BUILD
 
 #endif  // SKEW_SIMD

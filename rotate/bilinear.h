@@ -46,36 +46,46 @@ constexpr int64_t kHalf = int64_t{1} << (2 * kPositionBits - 1);
 constexpr int kTileColumns = 128;
 
 // Some pixels of one row of a tile whose neighbours are gathered one by one.
-struct alignas(32) TileRow {
+struct alignas(kVectorBytes) TileRow {
   int32_t offset[kTileColumns];  // of the upper left neighbour, bytes from that of the first pixel
   int32_t x[kTileColumns], y[kTileColumns];           // fractions, 1/2^17
   uint64_t upper[kTileColumns], lower[kTileColumns];  // a left neighbour in the low half, its right one above
 };
 
-constexpr int kHighShift = 9;  // of a vertical fraction for blend_lanes
-constexpr int32_t kHalfLane = 1 << (kPositionBits - 1);
+// The weighted means of kLanes32 bytes, in 1/2^kMeanBits. As blend_byte with finer units: the horizontal weights
+// have kMeanBits bits, and the product with the vertical fraction must lose 17 bits where multiply_high takes
+// 32, so the fraction is shifted by 14, as far as its sign allows, and the result doubled. What rounding down
+// there drops is less than the lowest bit of `upper`, so the whole part stays right.
+constexpr int kMeanBits = 23;
+constexpr int kHighShift = 14;
+constexpr int32_t kHalfMean = 1 << (kMeanBits - 1);
 
-// The means of kLanes32 bytes. As blend_byte, with the sum divided by 2^17 in passing: the upper mean is then
-// a whole number, and of its product with the vertical fraction, 42 bits, multiply_high keeps those above
-// 2^17: 32 - 17 = 15 bits are made up by shifting the factors, by 6 and by kHighShift.
-inline I32 blend_lanes(I32 upper_left, I32 upper_right, I32 lower_left, I32 lower_right, I32 x, I32 y_high,
-                       int32_t rounding) {
-  const I32 upper = (upper_left << kPositionBits) + (upper_right - upper_left) * x;
-  const I32 lower = (lower_left << kPositionBits) + (lower_right - lower_left) * x;
-  return (upper + multiply_high((lower - upper) << 6, y_high) + rounding) >> kPositionBits;
+struct Weights {
+  Weights(I32 x, I32 y)
+      : left((1 << kMeanBits) - (x << (kMeanBits - kPositionBits))),
+        right(x << (kMeanBits - kPositionBits)),
+        lower(y << kHighShift) {}
+  I32 left, right, lower;
+};
+
+SKEW_INLINE U32 mean(I32 upper_left, I32 upper_right, I32 lower_left, I32 lower_right, const Weights& weights,
+                     int32_t rounding) {
+  const I32 upper = upper_left * weights.left + upper_right * weights.right;
+  const I32 lower = lower_left * weights.left + lower_right * weights.right;
+  const I32 change = multiply_high(lower - upper, weights.lower);
+  return (U32)(upper + change + change + rounding);
 }
 
 // The three colours of kLanes32 pixels; bits 24 to 31 are zero.
-inline U32 blend_colors(const Pairs& upper, const Pairs& lower, I32 x, I32 y, int32_t rounding) {
-  const I32 y_high = y << kHighShift;
-  U32 pixels = {};
-  for (int shift = 0; shift < 24; shift += 8) {
-    const auto channel = [=](U32 all) { return (I32)((all >> shift) & 255); };
-    pixels |= (U32)blend_lanes(channel(upper.first), channel(upper.second), channel(lower.first),
-                               channel(lower.second), x, y_high, rounding)
-              << shift;
-  }
-  return pixels;
+SKEW_INLINE U32 blend_colors(const Pairs& upper, const Pairs& lower, I32 x, I32 y, int32_t rounding) {
+  const Weights weights(x, y);
+  const auto channel = [&](int shift) {
+    const auto bytes = [=](U32 pixels) { return (I32)(pixels >> shift & 255); };
+    return mean(bytes(upper.first), bytes(upper.second), bytes(lower.first), bytes(lower.second), weights,
+                rounding);
+  };
+  return (channel(0) >> kMeanBits) | (channel(8) >> (kMeanBits - 8) & 0xFF00u) |
+         (channel(16) >> (kMeanBits - 16) & 0xFF0000u);
 }
 
 // What the kinds of one byte share. Their pairs lie in one vector: the left neighbour in bits 0 to 7 of a
@@ -92,9 +102,19 @@ struct ByteLanes {
     store_narrowed(to, narrowed((I32)low, (I32)high));
   }
 #if SKEW_LOOKUP
-  // Byte numbers for look_up, from columns 0 ... kLanes32 - 1.
-  static U8 lookup_index(I32 columns) { return (U8)((U32)columns * 0x0101u + 0x80800100u); }
-  static Pair look_up(const uint8_t* from, U8 index) { return (U32)lookup(load_repeated(from), index); }
+  // Looks up the pairs of kLanes32 pixels in a source row: at the columns of their left neighbours, counted from
+  // that of the first pixel. kColumns columns are read from there. With more row changes than kMostRowChanges
+  // from the first pixel to the last, gathering is quicker.
+  class Window {
+   public:
+    static constexpr int kMostRowChanges = kLanes32;
+    static constexpr int kColumns = kTableBytes;
+    explicit Window(I32 columns) : index_((U8)((U32)columns * 0x0101u + 0x80800100u)) {}
+    Pair read(const uint8_t* from) const { return (U32)lookup(load_table(from), index_); }
+
+   private:
+    U8 index_;
+  };
 #endif
 };
 
@@ -114,8 +134,9 @@ struct GrayPixel {
 #if SKEW_SIMD
   using Lanes = ByteLanes;
   static U32 blend(U32 upper, U32 lower, I32 x, I32 y) {
-    return (U32)blend_lanes((I32)(upper & 255), (I32)(upper >> 8), (I32)(lower & 255), (I32)(lower >> 8), x,
-                            y << kHighShift, kHalfLane);
+    return mean((I32)(upper & 255), (I32)(upper >> 8), (I32)(lower & 255), (I32)(lower >> 8), Weights(x, y),
+                kHalfMean) >>
+           kMeanBits;
   }
 #endif
 };
@@ -143,29 +164,28 @@ struct RgbPixel {
       return (pair & 0xFFFFFFFFu) | (pair << 8 & 0xFFFFFFFF00000000u);
     }
     static Pair load_pair(const uint64_t* from) { return load_pairs(from); }
-    static void store_pixels(uint8_t* to, U32 low, U32 high) {
+    SKEW_INLINE static void store_pixels(uint8_t* to, U32 low, U32 high) {
       store_triples(to, low);
       store_triples(to + 3 * kLanes32, high);
     }
-  };
-  static U32 blend(const Pairs& upper, const Pairs& lower, I32 x, I32 y) {
-    return blend_colors(upper, lower, x, y, kHalfLane);
-  }
-
- private:
-  // The low three bytes of each lane.
-  static void store_triples(uint8_t* to, U32 pixels) {
 #if SKEW_LOOKUP
-    const uint8_t packing[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 128, 128, 128, 128};
-    uint8_t bytes[kVectorBytes];
-    store(bytes, lookup((U8)pixels, load_repeated(packing)));
-    for (int i = 0; i < kVectorBytes; i += 16) std::memcpy(to + i / 4 * 3, bytes + i, 12);
-#else
-    for (int i = 0; i < kLanes32; ++i, to += 3) {
-      const uint32_t pixel = pixels[i];
-      std::memcpy(to, &pixel, 3);
-    }
+    class Window {
+     public:
+      static constexpr int kMostRowChanges = 3 * (kLanes32 + 1) <= kTableBytes ? 1 : -1;
+      static constexpr int kColumns = (kTableBytes + 2) / 3;
+      explicit Window(I32 columns) : index_((U8)((U32)columns * 0x030303u + 0x80020100u)) {}
+      Pair read(const uint8_t* from) const {
+        const U8 pixels = load_table(from);
+        return {(U32)lookup(pixels, index_), (U32)lookup(pixels, (U8)((U32)index_ + 0x030303u))};
+      }
+
+     private:
+      U8 index_;
+    };
 #endif
+  };
+  SKEW_INLINE static U32 blend(const Pairs& upper, const Pairs& lower, I32 x, I32 y) {
+    return blend_colors(upper, lower, x, y, kHalfMean);
   }
 #endif
 };
@@ -197,8 +217,22 @@ struct ArgbPixel {
       store(to, low);
       store(to + kVectorBytes, high);
     }
+#if SKEW_LOOKUP
+    class Window {
+     public:
+      static constexpr int kMostRowChanges = 1;
+      static constexpr int kColumns = kLanes32 + 1;
+      explicit Window(I32 columns) : columns_(columns) {}
+      Pair read(const uint8_t* from) const {
+        return {permuted(load<U32>(from), columns_), permuted(load<U32>(from + 4), columns_)};
+      }
+
+     private:
+      I32 columns_;
+    };
+#endif
   };
-  static U32 blend(const Pairs& upper, const Pairs& lower, I32 x, I32 y) {
+  SKEW_INLINE static U32 blend(const Pairs& upper, const Pairs& lower, I32 x, I32 y) {
     return blend_colors(upper, lower, x, y, 0) | (upper.first & 0xFF000000u);
   }
 #endif

@@ -8,15 +8,19 @@ namespace skew {
 namespace lanes16 {
 void rotate_tiles(const RotationJob& job, Columns band);
 }
-#if defined(SKEW_AVX2_FORMS)
+#if defined(SKEW_WIDER_FORMS)
 namespace lanes32 {
+void rotate_tiles(const RotationJob& job, Columns band);
+}
+namespace lanes64 {
 void rotate_tiles(const RotationJob& job, Columns band);
 }
 #endif
 
 void run_rotation(const RotationJob& job, Columns band) {
-#if defined(SKEW_AVX2_FORMS)
-  if (has_avx2()) return lanes32::rotate_tiles(job, band);
+#if defined(SKEW_WIDER_FORMS)
+  if (vector_bytes() >= 64) return lanes64::rotate_tiles(job, band);
+  if (vector_bytes() >= 32) return lanes32::rotate_tiles(job, band);
 #endif
   lanes16::rotate_tiles(job, band);
 }

@@ -125,40 +125,53 @@ void write_gathered(const TileRow& row, int count, uint8_t* to) {
 }
 
 #if SKEW_LOOKUP
-constexpr int kLookupColumns = 16;  // a lookup reads at most so many, from the first pixel of a vector on
+inline U32 select_pair(I32 mask, U32 a, U32 b) { return select(mask, a, b); }
+inline Pairs select_pair(I32 mask, const Pairs& a, const Pairs& b) {
+  return {select(mask, a.first, b.first), select(mask, a.second, b.second)};
+}
 
 // One vector of pixels. They lie in few source rows and, along each, in no more columns than there are lanes:
 // so each row is looked up for all of them, and each pixel keeps what comes from its own.
 template <class Pixel>
-__attribute__((always_inline)) inline U32 look_up_pixels(const Steps& steps, const Piece& piece, int first) {
-  using Lanes = typename Pixel::Lanes;
+SKEW_INLINE U32 look_up_pixels(const Steps& steps, const Piece& piece, int first, int row_changes) {
   const int32_t x = piece.x + first * steps.along_x, y = piece.y + first * steps.along_y;
   const int32_t y_last = y + (kLanes32 - 1) * steps.along_y;
   const int32_t column = x >> kPositionBits, top = (y < y_last ? y : y_last) >> kPositionBits;
   const I32 xs = steps.lanes_x + x, ys = steps.lanes_y + y;
-  const auto index = Lanes::lookup_index((xs >> kPositionBits) - column);
+  const typename Pixel::Lanes::Window window((xs >> kPositionBits) - column);
   const I32 rows = (ys >> kPositionBits) - top;
 
   const uint8_t* from = piece.from + top * piece.stride + column * Pixel::kBytes;
-  typename Lanes::Pair upper = Lanes::look_up(from, index);
+  auto upper = window.read(from);
   from += piece.stride;
-  typename Lanes::Pair lower = Lanes::look_up(from, index), next = lower;
-  for (int k = 1; k <= steps.row_changes; ++k) {
+  auto lower = window.read(from), next = lower;
+  for (int k = 1; k <= row_changes; ++k) {
     const I32 here = rows == k;
-    upper = select(here, next, upper);
+    upper = select_pair(here, next, upper);
     from += piece.stride;
-    next = Lanes::look_up(from, index);
-    lower = select(here, next, lower);
+    next = window.read(from);
+    lower = select_pair(here, next, lower);
   }
   return Pixel::blend(upper, lower, xs & kFractionMask, ys & kFractionMask);
 }
 
-// Whether lookups for the piece, whose first pixel has the given position, stay within the source.
+// As many pixels as a tile is wide.
+template <class Pixel>
+SKEW_INLINE void write_looked_up(const Steps& steps, const Piece& piece, int row_changes, uint8_t* to) {
+  for (int i = 0; i < kTileColumns; i += kLanes16)
+    Pixel::Lanes::store_pixels(to + i * Pixel::kBytes, look_up_pixels<Pixel>(steps, piece, i, row_changes),
+                               look_up_pixels<Pixel>(steps, piece, i + kLanes32, row_changes));
+}
+
+// Whether lookups pay for a piece, whose first pixel has the given position, and stay within the source.
+template <class Window>
 bool can_look_up(const Rotation& r, const Steps& steps, int64_t x, int64_t y, int count) {
-  const int64_t last_x = x + (count - 1) * int64_t{r.step_x}, last_y = y + (count - 1) * int64_t{r.step_y};
+  if (steps.row_changes > Window::kMostRowChanges || count < kTileColumns || r.step_x < 0) return false;
+  const int64_t last_x = x + (count - kLanes32) * int64_t{r.step_x};  // of the last vector
+  const int64_t last_y = y + (count - 1) * int64_t{r.step_y};
   const int64_t lowest_row = (y < last_y ? last_y : y) >> kPositionBits;
-  return r.step_x >= 0 && (last_x >> kPositionBits) + kLookupColumns <= r.source.width &&
-         lowest_row + steps.row_changes + 1 < r.source.height;
+  return (last_x >> kPositionBits) + Window::kColumns <= r.source.width &&
+         lowest_row + greater(steps.row_changes, 1) + 1 < r.source.height;
 }
 #endif
 
@@ -175,13 +188,13 @@ int fetch_inner(const RotationJob& job, const Steps& steps, int y, Columns colum
                        job.source_stride, static_cast<int32_t>(from_x & kFractionMask),
                        static_cast<int32_t>(from_y & kFractionMask), columns.end - columns.begin};
 #if SKEW_LOOKUP
-  if constexpr (Pixel::kBytes == 1) {
-    if (piece.count == kTileColumns && can_look_up(r, steps, from_x, from_y, piece.count)) {
-      for (int i = 0; i < kTileColumns; i += kLanes16)
-        Pixel::Lanes::store_pixels(to + i, look_up_pixels<Pixel>(steps, piece, i),
-                                   look_up_pixels<Pixel>(steps, piece, i + kLanes32));
-      return 0;
-    }
+  using Window = typename Pixel::Lanes::Window;
+  if (can_look_up<Window>(r, steps, from_x, from_y, piece.count)) {
+    if (steps.row_changes <= 1)
+      write_looked_up<Pixel>(steps, piece, 1, to);
+    else
+      write_looked_up<Pixel>(steps, piece, steps.row_changes, to);
+    return 0;
   }
 #endif
   (void)to;
@@ -204,6 +217,24 @@ void write_inner(const RotationJob& job, const Steps& steps, int first, int rows
   }
   for (int i = 0; i < rows; ++i)
     if (gathered[i] > 0) write_gathered<Pixel>(scratch[i], gathered[i], at[i]);
+}
+// Asks for the source of the inner pixels of a tile that comes soon. Inlined, since gcc drops calls of functions
+// that only prefetch.
+template <class Pixel>
+SKEW_INLINE void prefetch(const RotationJob& job, int first, int rows, const Runs* runs, Columns tile) {
+  constexpr int kStep = 64 / Pixel::kBytes;  // a cache line
+  const Rotation& r = job.rotation;
+  for (int i = 0; i < rows; ++i) {
+    const Columns inner = within(runs[i].inner, tile);
+    int64_t x = r.origin_x + int64_t{inner.begin} * r.step_x - int64_t{first + i} * r.step_y;
+    int64_t y = r.origin_y + int64_t{inner.begin} * r.step_y + int64_t{first + i} * r.step_x;
+    for (int column = inner.begin; column < inner.end; column += kStep) {
+      __builtin_prefetch(job.source + static_cast<ptrdiff_t>(y >> kPositionBits) * job.source_stride +
+                         static_cast<ptrdiff_t>(x >> kPositionBits) * Pixel::kBytes);
+      x += kStep * r.step_x;
+      y += kStep * r.step_y;
+    }
+  }
 }
 #endif
 
@@ -252,6 +283,9 @@ void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
           write_outer(job, pixel, first + i, runs[i], tile, row);
       }
 #if SKEW_SIMD
+      if (Pixel::kBytes > 1)
+        prefetch<Pixel>(job, first, rows, runs,
+                        {tile.end, lesser(band.end - tile.end, kTileColumns) + tile.end});
       write_inner<Pixel>(job, steps, first, rows, runs, tile, scratch);
 #endif
     }

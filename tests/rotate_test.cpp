@@ -15,6 +15,7 @@
 #include "reference/rotate.h"
 #include "rotate/geometry.h"
 #include "tests/support/allocations.h"
+#include "tests/support/processor.h"
 #include "tests/support/random.h"
 
 namespace {
@@ -68,34 +69,42 @@ Pixels as_pixels(const Bytes& bytes) {
 
 // Source and destination end exactly where the images do, so that the sanitizer sees a byte read or written
 // beyond; destinations start with other bytes than the fill value.
+void expect_literal_results(const Bytes& gray, const Bytes& rgb, const Pixels& argb, Shape shape,
+                            double angle) {
+  const size_t count = gray.size();
+  Bytes gray_expected(count), rgb_expected(3 * count), fixed_expected(count, 99);
+  Pixels argb_expected(count);
+  skew::reference::rotate_gray(gray.data(), shape.width, shape.height, angle, gray_expected.data(), 99);
+  skew::reference::rotate_rgb(rgb.data(), shape.width, shape.height, angle, rgb_expected.data(), 99);
+  skew::reference::rotate_argb(argb.data(), shape.width, shape.height, angle, argb_expected.data(),
+                               0x12345678);
+  skew::reference::rotate_fixed(gray.data(), shape.width, shape.height, angle, fixed_expected.data());
+  for (const int bytes : {16, 32, 64}) {
+    SCOPED_TRACE(testing::Message() << shape.width << " x " << shape.height << " by " << angle
+                                    << " in vectors of " << bytes);
+    const skew::test::LimitVectors limit(bytes);
+    ASSERT_EQ(gray_expected, rotated_gray(gray, shape, angle, 99));
+    Bytes rgb_out(3 * count, 7);
+    ASSERT_EQ(SKEW_OK, RotateRGBImage(rgb.data(), shape.width, shape.height, angle, rgb_out.data(), 99));
+    ASSERT_EQ(rgb_expected, rgb_out);
+    Pixels argb_out(count, 7);
+    ASSERT_EQ(SKEW_OK, RotateARGBImage_INT_FOR_JNI(argb.data(), shape.width, shape.height, angle,
+                                                   argb_out.data(), 0x12345678));
+    ASSERT_EQ(argb_expected, argb_out);
+    Bytes fixed = gray;
+    ASSERT_EQ(0, RotateImage(fixed.data(), shape.width, shape.height, angle, 99 + 256, nullptr, nullptr));
+    ASSERT_EQ(fixed_expected, fixed);
+  }
+}
+
 TEST(Rotate, EqualsTheLiteralFormsForEveryShapeAndAngle) {
   Random random(1);
   for (const Shape shape : shapes()) {
     const size_t count = static_cast<size_t>(shape.width) * static_cast<size_t>(shape.height);
     const Bytes gray = contrasty(random, count), rgb = contrasty(random, 3 * count);
     const Pixels argb = as_pixels(contrasty(random, 4 * count));
-    for (const double angle : kAngles) {
-      SCOPED_TRACE(testing::Message() << shape.width << " x " << shape.height << " by " << angle);
-      Bytes expected(count), rgb_expected(3 * count), rgb_out(3 * count, 7);
-      skew::reference::rotate_gray(gray.data(), shape.width, shape.height, angle, expected.data(), 99);
-      ASSERT_EQ(expected, rotated_gray(gray, shape, angle, 99));
-
-      skew::reference::rotate_rgb(rgb.data(), shape.width, shape.height, angle, rgb_expected.data(), 99);
-      ASSERT_EQ(SKEW_OK, RotateRGBImage(rgb.data(), shape.width, shape.height, angle, rgb_out.data(), 99));
-      ASSERT_EQ(rgb_expected, rgb_out);
-
-      Pixels argb_expected(count), argb_out(count, 7);
-      skew::reference::rotate_argb(argb.data(), shape.width, shape.height, angle, argb_expected.data(),
-                                   0x12345678);
-      ASSERT_EQ(SKEW_OK, RotateARGBImage_INT_FOR_JNI(argb.data(), shape.width, shape.height, angle,
-                                                     argb_out.data(), 0x12345678));
-      ASSERT_EQ(argb_expected, argb_out);
-
-      Bytes fixed_expected(count, 99), fixed = gray;
-      skew::reference::rotate_fixed(gray.data(), shape.width, shape.height, angle, fixed_expected.data());
-      ASSERT_EQ(0, RotateImage(fixed.data(), shape.width, shape.height, angle, 99 + 256, nullptr, nullptr));
-      ASSERT_EQ(fixed_expected, fixed);
-    }
+    for (const double angle : kAngles)
+      ASSERT_NO_FATAL_FAILURE(expect_literal_results(gray, rgb, argb, shape, angle));
   }
 }
 
