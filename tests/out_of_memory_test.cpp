@@ -197,6 +197,7 @@ TEST(OutOfMemory, NativeMethods) {
   }
   JavaObject gray_array = JavaObject::of("bytes gray", page), rgb_array = JavaObject::of("bytes rgb", rgb),
              argb_array = JavaObject::of("ints argb", argb), path = JavaObject::of<char>("path", {'p', '\0'}),
+             measured = JavaObject::of("doubles", Bytes(5 * sizeof(double))),
              rgb_result = JavaObject::of("bytes result", rgb), argb_result = JavaObject::of("ints result", argb);
   JniTable table(true);
   JNIEnv* env = table.env();
@@ -220,6 +221,11 @@ TEST(OutOfMemory, NativeMethods) {
        [&] { return SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(
                  env, self, rgb_array.as_bytes(), rgb_result.as_bytes(), kWidth, kHeight); },
        nothing_held},
+      {"PageLib.measureGray", {2},
+       [&] { measured.bytes.assign(5 * sizeof(double), kMark);
+             return SKEW_PAGE_METHOD(measureGray)(env, self, gray_array.as_bytes(), kWidth, kHeight,
+                                                  measured.as_doubles()); },
+       [&] { return nothing_held() && measured.bytes == Bytes(5 * sizeof(double), kMark); }},
   });
   EXPECT_EQ(table.outstanding(), 0);
   events().clear();

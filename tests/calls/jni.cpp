@@ -15,8 +15,10 @@ struct JavaCall {
   Size size = {0, 0};
   JavaObject src, dst, path;
 
-  explicit JavaCall(Source& source, int bytes_a_pixel, const std::string& type)
-      : table(source.chance(2)), size(draw_size(source, 28, 260)) {
+  JavaCall(Source& source, int bytes_a_pixel, const std::string& type)
+      : JavaCall(source, bytes_a_pixel, type, source.chance(2)) {}
+  JavaCall(Source& source, int bytes_a_pixel, const std::string& type, bool whole_table)
+      : table(whole_table), size(draw_size(source, 28, 260)) {
     const size_t pixels = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
     std::vector<uint8_t> content = draw_raster(source, size, static_cast<size_t>(size.width));
     std::vector<uint8_t> image(pixels * static_cast<size_t>(bytes_a_pixel));
@@ -53,15 +55,15 @@ void call_preview(Source& source, Outcome& out) {
   JavaCall call(source, 1, "bytes");
   const int reserved = source.between(-1, 9);
   out.add(reserved);
-  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Preview)(call.table.env(), call.self(), call.src.as_bytes(),
-                                                             call.size.width, call.size.height, 0, 1, 2, reserved,
-                                                             call.path.as_string()));
+  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Preview)(
+                       call.table.env(), call.self(), call.src.as_bytes(), call.size.width, call.size.height,
+                       0, 1, 2, reserved, call.path.as_string()));
 }
 void call_snapshot(Source& source, Outcome& out) {
   JavaCall call(source, 4, "ints");
-  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot)(call.table.env(), call.self(), call.src.as_ints(),
-                                                              call.size.width, call.size.height,
-                                                              call.path.as_string()));
+  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot)(call.table.env(), call.self(),
+                                                              call.src.as_ints(), call.size.width,
+                                                              call.size.height, call.path.as_string()));
 }
 void call_loading(Source& source, Outcome& out) {
   JavaCall call(source, 4, "ints");
@@ -71,9 +73,23 @@ void call_loading(Source& source, Outcome& out) {
 }
 void call_byte_array(Source& source, Outcome& out) {
   JavaCall call(source, 3, "bytes");
-  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(call.table.env(), call.self(),
-                                                                         call.src.as_bytes(), call.dst.as_bytes(),
-                                                                         call.size.width, call.size.height));
+  call.finish(out, SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(
+                       call.table.env(), call.self(), call.src.as_bytes(), call.dst.as_bytes(),
+                       call.size.width, call.size.height));
+}
+
+void call_rotate_gray(Source& source, Outcome& out) {
+  JavaCall call(source, 1, "bytes", true);
+  call.finish(out, SKEW_PAGE_METHOD(rotateGray)(call.table.env(), call.self(), call.src.as_bytes(),
+                                                call.dst.as_bytes(), call.size.width, call.size.height,
+                                                draw_angle(source)));
+}
+void call_measure_gray(Source& source, Outcome& out) {
+  JavaCall call(source, 1, "bytes", true);
+  // One element too few now and then: Java raises an exception then, and no value arrives.
+  call.dst = JavaObject::of("doubles", std::vector<double>(source.chance(8) ? 4 : 5, -1.0));
+  call.finish(out, SKEW_PAGE_METHOD(measureGray)(call.table.env(), call.self(), call.src.as_bytes(),
+                                                 call.size.width, call.size.height, call.dst.as_doubles()));
 }
 
 }  // namespace
@@ -83,6 +99,8 @@ const std::vector<Call> kJniCalls = {
     {"ImgSkewCorrect_Snapshot", Family::kJni, false, call_snapshot},
     {"ImgSkewCorrect_ImageLoadingMode", Family::kJni, false, call_loading},
     {"ImgSkewCorrect_Snapshot_ByteArray", Family::kJni, false, call_byte_array},
+    {"PageLib.rotateGray", Family::kJni, false, call_rotate_gray},
+    {"PageLib.measureGray", Family::kJni, false, call_measure_gray},
 };
 
 }  // namespace skew::test

@@ -1,9 +1,10 @@
-// The native methods of the Java class ImgSkewCorrectionLib, as the Java machine finds them: by name.
+// The native methods of the Java classes ImgSkewCorrectionLib and PageLib, as the Java machine finds them: by name.
 #pragma once
 
 #include <jni.h>
 
 #define SKEW_JAVA_METHOD(name) Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_##name
+#define SKEW_PAGE_METHOD(name) Java_com_narvo_android_lumetrix_imageprocessing_PageLib_##name
 
 extern "C" {
 jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Preview)(JNIEnv*, jclass, jbyteArray, jint, jint, jint, jint, jint,
@@ -13,4 +14,6 @@ jint SKEW_JAVA_METHOD(ImgSkewCorrect_1ImageLoadingMode)(JNIEnv*, jclass, jintArr
 jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(JNIEnv*, jclass, jbyteArray, jbyteArray, jint,
                                                            jint);
 jdouble SKEW_JAVA_METHOD(AmountOfSkewInImage)(JNIEnv*, jclass);
+jint SKEW_PAGE_METHOD(rotateGray)(JNIEnv*, jclass, jbyteArray, jbyteArray, jint, jint, jdouble);
+jint SKEW_PAGE_METHOD(measureGray)(JNIEnv*, jclass, jbyteArray, jint, jint, jdoubleArray);
 }

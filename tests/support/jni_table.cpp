@@ -1,6 +1,7 @@
 #include "tests/support/jni_table.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "tests/support/log_capture.h"
 
@@ -38,10 +39,22 @@ void release_chars(JNIEnv* env, jstring string, const char* chars) {
   owner_of(env)->release(object(string), chars, 0);
 }
 
+// A region beyond the array raises an exception in Java and writes nothing.
+void set_doubles(JNIEnv*, jdoubleArray array, jsize start, jsize count, const jdouble* values) {
+  JavaObject* to = object(array);
+  events().push_back("set " + to->name);
+  const size_t begin = static_cast<size_t>(start) * sizeof(jdouble),
+               size = static_cast<size_t>(count) * sizeof(jdouble);
+  if (start >= 0 && begin + size <= to->bytes.size()) std::memcpy(to->bytes.data() + begin, values, size);
+}
+
 }  // namespace
 
 JniTable::JniTable(bool with_length) {
-  if (with_length) functions_.GetArrayLength = array_length;
+  if (with_length) {
+    functions_.GetArrayLength = array_length;
+    functions_.SetDoubleArrayRegion = set_doubles;
+  }
   functions_.GetByteArrayElements = get_bytes;
   functions_.ReleaseByteArrayElements = release_bytes;
   functions_.GetIntArrayElements = get_ints;

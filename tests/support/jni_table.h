@@ -1,4 +1,4 @@
-// A Java machine of six functions, or seven: a JNI function table made by hand. Arrays and strings are handed
+// A Java machine of six functions, or eight: a JNI function table made by hand. Arrays and strings are handed
 // out as copies in blocks of their exact size, as a real machine does, and every function notes its call in
 // events() (log_capture.h). Any acquisition can be made to fail.
 #pragma once
@@ -15,7 +15,7 @@
 
 namespace skew::test {
 
-// A Java byte[], int[] or String, with the name it has in the events.
+// A Java byte[], int[], double[] or String, with the name it has in the events.
 struct JavaObject {
   std::string name;
   std::vector<uint8_t> bytes;
@@ -27,12 +27,14 @@ struct JavaObject {
   }
   jbyteArray as_bytes() { return reinterpret_cast<jbyteArray>(this); }
   jintArray as_ints() { return reinterpret_cast<jintArray>(this); }
+  jdoubleArray as_doubles() { return reinterpret_cast<jdoubleArray>(this); }
   jstring as_string() { return reinterpret_cast<jstring>(this); }
 };
 
 class JniTable {
  public:
-  // With GetArrayLength or with the six listed functions alone; all other entries are null.
+  // The six functions that the class ImgSkewCorrectionLib was promised, or GetArrayLength and
+  // SetDoubleArrayRegion besides; all other entries are null.
   explicit JniTable(bool with_length);
   JniTable(const JniTable&) = delete;
   JniTable& operator=(const JniTable&) = delete;
