@@ -1,13 +1,15 @@
 // Runs every published function on inputs made from seeds and prints one hash of everything it gave. The same
 // list must come out on every processor, with every compiler and at every optimisation level.
-//   digest             prints the list: hash, function
-//   digest FILE        compares it with the list in FILE; exit code 1 and the differing lines if it differs
+//   digest               prints the list: hash, function
+//   digest FILE [BYTES]  compares it with the list in FILE; exit code 1 and the differing lines if it differs.
+//                        BYTES is the length of the longest vectors that may be used
 #include <cstdio>
 #include <fstream>
 #include <map>
 #include <string>
 
 #include "tests/calls/seeded_source.h"
+#include "tests/support/processor.h"
 
 namespace {
 
@@ -35,7 +37,8 @@ std::map<std::string, std::string> read_list(const char* path) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  const bool compare = count == 2;
+  const bool compare = count >= 2;
+  const skew::test::LimitVectors limit(count == 3 ? std::stoi(arguments[2]) : 64);
   auto expected = compare ? read_list(arguments[1]) : std::map<std::string, std::string>{};
   int differing = 0;
   for (const auto& call : skew::test::all_calls()) {
