@@ -139,6 +139,46 @@ std::string settle(Options& o, const Words& words) {
   return "";
 }
 
+struct Commands {
+  CLI::App *measure, *deskew, *report, *rotate;
+
+  Command chosen() const {
+    return measure->parsed()  ? Command::kMeasure
+           : deskew->parsed() ? Command::kDeskew
+           : report->parsed() ? Command::kReport
+                              : Command::kRotate;
+  }
+};
+
+Commands define(CLI::App& app, Options& options, Words& words) {
+  app.footer(std::string(kQuestions) + kExitCodes);
+  app.set_version_flag("--version", "skewcorrect " SKEW_VERSION);
+  app.require_subcommand(1);
+  const Commands c = {
+      app.add_subcommand("measure", "Print the angle of every page; no image is written"),
+      app.add_subcommand("deskew", "Measure every page and write it straightened"),
+      app.add_subcommand("report", "Show on one HTML page how every page was measured"),
+      app.add_subcommand("rotate", "Straighten by an angle measured elsewhere"),
+  };
+  for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report}) add_common(command, options);
+  for (CLI::App* command : {c.deskew, c.rotate}) add_output(command, options);
+  for (CLI::App* command : {c.deskew, c.rotate, c.report}) add_turning(command, words);
+  for (CLI::App* command : {c.deskew, c.report}) add_limits(command, options);
+  for (CLI::App* command : {c.measure, c.deskew, c.rotate})
+    command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
+  c.report->add_option("-o,--output", options.output, "The HTML file to write")
+      ->required()
+      ->option_text("FILE");
+  c.report->add_flag("--overwrite", options.overwrite, "Replace it if it exists");
+  c.rotate
+      ->add_option("--angle", options.angle,
+                   "The tilt to undo, -180 to 180 degrees; positive: lines fall to the right")
+      ->required()
+      ->check(CLI::Range(-180.0, 180.0))
+      ->option_text("DEGREES");
+  return c;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -146,40 +186,13 @@ int main(int argc, char** argv) {
   options.jobs = 0;
   Words words;
   CLI::App app(kAbout, "skewcorrect");
-  app.footer(std::string(kQuestions) + kExitCodes);
-  app.set_version_flag("--version", "skewcorrect " SKEW_VERSION);
-  app.require_subcommand(1);
-
-  CLI::App* measure = app.add_subcommand("measure", "Print the angle of every page; no image is written");
-  CLI::App* deskew = app.add_subcommand("deskew", "Measure every page and write it straightened");
-  CLI::App* report = app.add_subcommand("report", "Show on one HTML page how every page was measured");
-  CLI::App* rotate = app.add_subcommand("rotate", "Straighten by an angle measured elsewhere");
-  for (CLI::App* command : {measure, deskew, rotate, report}) add_common(command, options);
-  for (CLI::App* command : {deskew, rotate}) add_output(command, options);
-  for (CLI::App* command : {deskew, rotate, report}) add_turning(command, words);
-  for (CLI::App* command : {deskew, report}) add_limits(command, options);
-  for (CLI::App* command : {measure, deskew, rotate})
-    command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
-  report->add_option("-o,--output", options.output, "The HTML file to write")
-      ->required()
-      ->option_text("FILE");
-  report->add_flag("--overwrite", options.overwrite, "Replace it if it exists");
-  rotate
-      ->add_option("--angle", options.angle,
-                   "The tilt to undo, -180 to 180 degrees; positive: lines fall to the right")
-      ->required()
-      ->check(CLI::Range(-180.0, 180.0))
-      ->option_text("DEGREES");
-
+  const Commands commands = define(app, options, words);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
   }
-  options.command = measure->parsed()  ? Command::kMeasure
-                    : deskew->parsed() ? Command::kDeskew
-                    : report->parsed() ? Command::kReport
-                                       : Command::kRotate;
+  options.command = commands.chosen();
   const std::string wrong = settle(options, words);
   if (!wrong.empty()) {
     std::fprintf(stderr, "skewcorrect: %s\n", wrong.c_str());

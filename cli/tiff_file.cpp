@@ -161,6 +161,76 @@ uint16_t compression_for(uint16_t wanted, bool bilevel) {
   return bilevel ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
 }
 
+// The descriptions of the source's current page, turned with the pixels where it lies on its side.
+void describe_from_page(TIFF* in, TIFF* out) {
+  const uint64_t exif = copy_exif(in, out);
+  if (exif) TIFFSetField(out, TIFFTAG_EXIFIFD, exif);
+  copy_descriptions(in, out);
+  copy_resolution(in, out,
+                  field<uint16_t>(in, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) >= ORIENTATION_LEFTTOP);
+}
+
+// How the pixels of a page are stored.
+struct Coding {
+  uint16_t compression;
+  bool bilevel, white_is_zero;  // the latter for bilevel pages
+  int quality;                  // for JPEG
+};
+
+uint16_t photometric_for(const Coding& coding, int channels) {
+  if (channels == 3) return coding.compression == COMPRESSION_JPEG ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_RGB;
+  return coding.bilevel && coding.white_is_zero ? PHOTOMETRIC_MINISWHITE : PHOTOMETRIC_MINISBLACK;
+}
+
+void set_coding(TIFF* out, const Raster& pixels, const Coding& coding) {
+  TIFFSetField(out, TIFFTAG_IMAGEWIDTH, pixels.width);
+  TIFFSetField(out, TIFFTAG_IMAGELENGTH, pixels.height);
+  TIFFSetField(out, TIFFTAG_BITSPERSAMPLE, coding.bilevel ? 1 : 8);
+  TIFFSetField(out, TIFFTAG_SAMPLESPERPIXEL, pixels.channels);
+  TIFFSetField(out, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(out, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+  TIFFSetField(out, TIFFTAG_COMPRESSION, coding.compression);
+  TIFFSetField(out, TIFFTAG_PHOTOMETRIC, photometric_for(coding, pixels.channels));
+  if (coding.compression == COMPRESSION_JPEG) {
+    TIFFSetField(out, TIFFTAG_JPEGQUALITY, coding.quality);
+    if (pixels.channels == 3) TIFFSetField(out, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+  }
+  const bool predicts = coding.compression == COMPRESSION_LZW ||
+                        coding.compression == COMPRESSION_ADOBE_DEFLATE ||
+                        coding.compression == COMPRESSION_DEFLATE || coding.compression == COMPRESSION_ZSTD;
+  if (predicts && !coding.bilevel) TIFFSetField(out, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
+  TIFFSetField(out, TIFFTAG_ROWSPERSTRIP, coding.bilevel ? pixels.height : 64);
+}
+
+// Everything a reader needs to decode strips or tiles that are copied as they are.
+void copy_layout(TIFF* in, TIFF* out) {
+  for (uint32_t tag :
+       {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_COMPRESSION, TIFFTAG_PHOTOMETRIC,
+        TIFFTAG_PLANARCONFIG, TIFFTAG_ORIENTATION, TIFFTAG_FILLORDER, TIFFTAG_SAMPLEFORMAT, TIFFTAG_PREDICTOR,
+        TIFFTAG_MINSAMPLEVALUE, TIFFTAG_MAXSAMPLEVALUE, TIFFTAG_THRESHHOLDING})
+    copy_short(in, out, tag);
+  for (uint32_t tag : {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH, TIFFTAG_TILEWIDTH, TIFFTAG_TILELENGTH,
+                       TIFFTAG_GROUP3OPTIONS, TIFFTAG_GROUP4OPTIONS})
+    copy_long(in, out, tag);
+  if (!TIFFIsTiled(in)) copy_long(in, out, TIFFTAG_ROWSPERSTRIP);
+
+  uint16_t *red = nullptr, *green = nullptr, *blue = nullptr, extras = 0, *extra = nullptr, across = 0,
+           down = 0;
+  if (TIFFGetField(in, TIFFTAG_COLORMAP, &red, &green, &blue))
+    TIFFSetField(out, TIFFTAG_COLORMAP, red, green, blue);
+  if (TIFFGetField(in, TIFFTAG_EXTRASAMPLES, &extras, &extra))
+    TIFFSetField(out, TIFFTAG_EXTRASAMPLES, extras, extra);
+  if (TIFFGetField(in, TIFFTAG_YCBCRSUBSAMPLING, &across, &down))
+    TIFFSetField(out, TIFFTAG_YCBCRSUBSAMPLING, across, down);
+  float* reference = nullptr;
+  if (TIFFGetField(in, TIFFTAG_REFERENCEBLACKWHITE, &reference))
+    TIFFSetField(out, TIFFTAG_REFERENCEBLACKWHITE, reference);
+  uint32_t size = 0;
+  const void* tables = nullptr;
+  if (TIFFGetField(in, TIFFTAG_JPEGTABLES, &size, &tables) && size > 0)
+    TIFFSetField(out, TIFFTAG_JPEGTABLES, size, tables);
+}
+
 void pack_bits(const uint8_t* gray, int width, bool white_is_zero, std::vector<uint8_t>& row) {
   std::fill(row.begin(), row.end(), 0);
   for (int x = 0; x < width; ++x)
@@ -209,46 +279,23 @@ void TiffWriter::end_page() {
 
 void TiffWriter::add(const Raster& pixels, const Page& page, int number, int pages, int quality) {
   use_own_handlers();
-  uint16_t compression = 0, photometric = PHOTOMETRIC_MINISWHITE, orientation = ORIENTATION_TOPLEFT;
+  Coding coding = {0, page.bilevel, true, quality};
   if (in_) {
     if (!TIFFSetDirectory(in_, static_cast<tdir_t>(number))) throw failed("cannot be read as TIFF");
-    compression = field<uint16_t>(in_, TIFFTAG_COMPRESSION, 0);
-    photometric = field<uint16_t>(in_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    orientation = field<uint16_t>(in_, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    const uint64_t exif = copy_exif(in_, out_);
-    if (exif) TIFFSetField(out_, TIFFTAG_EXIFIFD, exif);
-    copy_descriptions(in_, out_);
-    copy_resolution(in_, out_, orientation >= ORIENTATION_LEFTTOP);
+    coding.compression = field<uint16_t>(in_, TIFFTAG_COMPRESSION, 0);
+    coding.white_is_zero =
+        field<uint16_t>(in_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE) != PHOTOMETRIC_MINISBLACK;
+    describe_from_page(in_, out_);
   } else {
     describe_from_header(out_, page.header, number, pages);
   }
-  compression = compression_for(compression, page.bilevel);
-  const bool jpeg = compression == COMPRESSION_JPEG;
-  const bool white_is_zero = photometric != PHOTOMETRIC_MINISBLACK;
-  TIFFSetField(out_, TIFFTAG_IMAGEWIDTH, pixels.width);
-  TIFFSetField(out_, TIFFTAG_IMAGELENGTH, pixels.height);
-  TIFFSetField(out_, TIFFTAG_BITSPERSAMPLE, page.bilevel ? 1 : 8);
-  TIFFSetField(out_, TIFFTAG_SAMPLESPERPIXEL, pixels.channels);
-  TIFFSetField(out_, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-  TIFFSetField(out_, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-  TIFFSetField(out_, TIFFTAG_COMPRESSION, compression);
-  uint16_t colours = pixels.channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-  if (page.bilevel && white_is_zero) colours = PHOTOMETRIC_MINISWHITE;
-  if (jpeg && pixels.channels == 3) colours = PHOTOMETRIC_YCBCR;
-  TIFFSetField(out_, TIFFTAG_PHOTOMETRIC, colours);
-  if (jpeg) {
-    TIFFSetField(out_, TIFFTAG_JPEGQUALITY, quality);
-    if (pixels.channels == 3) TIFFSetField(out_, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-  }
-  const bool predicts = compression == COMPRESSION_LZW || compression == COMPRESSION_ADOBE_DEFLATE ||
-                        compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ZSTD;
-  if (predicts && !page.bilevel) TIFFSetField(out_, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
-  TIFFSetField(out_, TIFFTAG_ROWSPERSTRIP, page.bilevel ? pixels.height : 64);
+  coding.compression = compression_for(coding.compression, page.bilevel);
+  set_coding(out_, pixels, coding);
 
   std::vector<uint8_t> row(page.bilevel ? (pixels.width + 7) / 8 : pixels.row_bytes());
   for (int y = 0; y < pixels.height; ++y) {
     if (page.bilevel)
-      pack_bits(pixels.row(y), pixels.width, white_is_zero, row);
+      pack_bits(pixels.row(y), pixels.width, coding.white_is_zero, row);
     else
       std::memcpy(row.data(), pixels.row(y), row.size());
     if (TIFFWriteScanline(out_, row.data(), static_cast<uint32_t>(y), 0) < 0)
@@ -260,34 +307,11 @@ void TiffWriter::add(const Raster& pixels, const Page& page, int number, int pag
 void TiffWriter::add_unchanged(int number) {
   use_own_handlers();
   if (!in_ || !TIFFSetDirectory(in_, static_cast<tdir_t>(number))) throw failed("cannot be read as TIFF");
-  for (uint32_t tag :
-       {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_COMPRESSION, TIFFTAG_PHOTOMETRIC,
-        TIFFTAG_PLANARCONFIG, TIFFTAG_ORIENTATION, TIFFTAG_FILLORDER, TIFFTAG_SAMPLEFORMAT, TIFFTAG_PREDICTOR,
-        TIFFTAG_MINSAMPLEVALUE, TIFFTAG_MAXSAMPLEVALUE, TIFFTAG_THRESHHOLDING})
-    copy_short(in_, out_, tag);
-  for (uint32_t tag : {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH, TIFFTAG_TILEWIDTH, TIFFTAG_TILELENGTH,
-                       TIFFTAG_GROUP3OPTIONS, TIFFTAG_GROUP4OPTIONS})
-    copy_long(in_, out_, tag);
-  const bool tiled = TIFFIsTiled(in_);
-  if (!tiled) copy_long(in_, out_, TIFFTAG_ROWSPERSTRIP);
-  uint16_t *red = nullptr, *green = nullptr, *blue = nullptr, extras = 0, *extra = nullptr, across = 0,
-           down = 0;
-  if (TIFFGetField(in_, TIFFTAG_COLORMAP, &red, &green, &blue))
-    TIFFSetField(out_, TIFFTAG_COLORMAP, red, green, blue);
-  if (TIFFGetField(in_, TIFFTAG_EXTRASAMPLES, &extras, &extra))
-    TIFFSetField(out_, TIFFTAG_EXTRASAMPLES, extras, extra);
-  if (TIFFGetField(in_, TIFFTAG_YCBCRSUBSAMPLING, &across, &down))
-    TIFFSetField(out_, TIFFTAG_YCBCRSUBSAMPLING, across, down);
-  float* reference = nullptr;
-  if (TIFFGetField(in_, TIFFTAG_REFERENCEBLACKWHITE, &reference))
-    TIFFSetField(out_, TIFFTAG_REFERENCEBLACKWHITE, reference);
-  uint32_t size = 0;
-  const void* tables = nullptr;
-  if (TIFFGetField(in_, TIFFTAG_JPEGTABLES, &size, &tables) && size > 0)
-    TIFFSetField(out_, TIFFTAG_JPEGTABLES, size, tables);
+  copy_layout(in_, out_);
   copy_resolution(in_, out_, false);
   copy_descriptions(in_, out_);
 
+  const bool tiled = TIFFIsTiled(in_);
   const uint32_t count = tiled ? TIFFNumberOfTiles(in_) : TIFFNumberOfStrips(in_);
   const uint64_t file_size = TIFFGetSizeProc(in_)(TIFFClientdata(in_));
   std::vector<uint8_t> bytes;
