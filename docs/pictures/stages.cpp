@@ -63,6 +63,36 @@ double score(const std::vector<Point>& points, int index) {
   return GetVariance(rows.data(), 1024) * GetVariance(columns.data(), 1024);
 }
 
+Image reduced(const Image& page) {
+  const skew::WorkingSize size = skew::working_size(page.width, page.height);
+  Image small{static_cast<int>(size.width), static_cast<int>(size.height), {}};
+  small.pixels.resize(static_cast<size_t>(size.width * size.height));
+  ImgROI whole{};
+  whole.right = static_cast<uint16_t>(page.width - 1);
+  whole.bottom = static_cast<uint16_t>(page.height - 1);
+  ImgShrink_TrackNew(page.pixels.data(), page.width, page.height, whole, small.pixels.data(), small.width,
+                     small.height);
+  return small;
+}
+
+std::vector<Point> points_in(const Image& edges, const skew::Box& square) {
+  std::vector<Point> points;
+  for (int y = square.top; y <= square.bottom; ++y)
+    for (int x = square.left; x <= square.right; ++x)
+      if (edges.pixels[static_cast<size_t>(y * edges.width + x)] != 0)
+        points.push_back({x - square.left, y - square.top});
+  return points;
+}
+
+void write_profiles(const std::string& path, const std::vector<Point>& points, double angle) {
+  const auto before = profile(points, 0, true),
+             after = profile(points, static_cast<int>(std::lround(angle * 5)), true);
+  std::ofstream file(path);
+  for (int row = -60; row < 256; ++row)
+    file << row << ' ' << before[static_cast<size_t>(512 + row)] << ' '
+         << after[static_cast<size_t>(512 + row)] << '\n';
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -73,15 +103,8 @@ int main(int argc, char** argv) {
     return std::fprintf(stderr, "%s: not an 8-bit PGM of at least 32 x 32 pixels\n", argv[1]), 1;
   const std::string folder = std::string(argv[2]) + "/";
 
-  const skew::WorkingSize size = skew::working_size(page.width, page.height);
-  Image small{static_cast<int>(size.width), static_cast<int>(size.height), {}};
-  small.pixels.resize(static_cast<size_t>(size.width * size.height));
+  const Image small = reduced(page);
   Image edges = small;
-  ImgROI whole{};
-  whole.right = static_cast<uint16_t>(page.width - 1);
-  whole.bottom = static_cast<uint16_t>(page.height - 1);
-  ImgShrink_TrackNew(page.pixels.data(), page.width, page.height, whole, small.pixels.data(), small.width,
-                     small.height);
   CannyEdge(small.pixels.data(), edges.pixels.data(), 60, 120, small.width, small.height, 90);
   write_pgm(folder + "reduced.pgm", small);
   write_pgm(folder + "edges.pgm", edges);
@@ -94,19 +117,8 @@ int main(int argc, char** argv) {
   for (const skew::Box& box : {content, square})
     boxes << box.left << ' ' << box.top << ' ' << box.right << ' ' << box.bottom << '\n';
 
-  std::vector<Point> points;
-  for (int y = square.top; y <= square.bottom; ++y)
-    for (int x = square.left; x <= square.right; ++x)
-      if (edges.pixels[static_cast<size_t>(y * small.width + x)] != 0)
-        points.push_back({x - square.left, y - square.top});
-
-  const int found = static_cast<int>(std::lround(angle * 5));
-  const auto before = profile(points, 0, true), after = profile(points, found, true);
-  std::ofstream profiles(folder + "profiles.txt");
-  for (int row = -60; row < 256; ++row)
-    profiles << row << ' ' << before[static_cast<size_t>(512 + row)] << ' '
-             << after[static_cast<size_t>(512 + row)] << '\n';
-
+  const std::vector<Point> points = points_in(edges, square);
+  write_profiles(folder + "profiles.txt", points, angle);
   std::ofstream scores(folder + "scores.txt");
   for (int index = -225; index <= 225; ++index) scores << index * 0.2 << ' ' << score(points, index) << '\n';
   std::printf("%.1f\n", angle);
