@@ -9,6 +9,7 @@
 #include <regex>
 
 #include "bench/operations.h"
+#include "tests/support/processor.h"
 
 namespace {
 
@@ -49,16 +50,20 @@ nlohmann::json as_json(const Result& result, int width, int height) {
 int main(int argc, char** argv) {
   CLI::App app{"Measures the library beside its plain forms, OpenCV and Leptonica, on one thread."};
   std::string filter = ".";
+  int vector_bytes = 64;
   std::vector<double> megapixels = {12};
   int rounds = 11;
   bool json = false, growth = false;
   app.add_option("--filter", filter, "Only operations whose name matches this expression");
   app.add_option("--rounds", rounds, "Rounds; the medians are reported")->check(CLI::Range(1, 1000));
   app.add_option("--megapixels", megapixels, "Page sizes");
+  app.add_option("--vectors", vector_bytes, "Longest vectors that the library may use, bytes")
+      ->check(CLI::IsMember({16, 32, 64}));
   app.add_flag("--growth", growth, "Pages of 1, 3, 12 and 48 megapixels");
   app.add_flag("--json", json, "JSON Lines instead of a table");
   CLI11_PARSE(app, argc, argv);
   if (growth) megapixels = {1, 3, 12, 48};
+  const skew::test::LimitVectors limit(vector_bytes);
 
   cv::setNumThreads(1);
   const std::regex wanted(filter);
