@@ -53,10 +53,11 @@ void write_pixel(const RotationJob& job, const Pixel& pixel, int64_t x, int64_t 
 template <class Pixel>
 void write_plain(const RotationJob& job, const Pixel& pixel, int y, Columns columns, uint8_t* row) {
   const Rotation& r = job.rotation;
-  for (int x = columns.begin; x < columns.end; ++x)
+  for (int x = columns.begin; x < columns.end; ++x) {
     write_pixel(job, pixel, r.origin_x + int64_t{x} * r.step_x - int64_t{y} * r.step_y,
                 r.origin_y + int64_t{x} * r.step_y + int64_t{y} * r.step_x,
                 row + static_cast<ptrdiff_t>(x) * Pixel::kBytes);
+  }
 }
 
 #if SKEW_SIMD
@@ -73,8 +74,8 @@ struct Steps {
     const int64_t rise = int64_t{kLanes32 - 1} * (r.step_y < 0 ? -r.step_y : r.step_y);
     row_changes = static_cast<int>((rise + kPositionOne - 1) >> kPositionBits);
   }
-  int32_t along_x, along_y;  // from one pixel to the next
   I32 lanes_x, lanes_y;      // from the first pixel of a vector to each
+  int32_t along_x, along_y;  // from one pixel to the next
   int row_changes;           // at most so many from the first to the last pixel of a vector
 };
 
@@ -158,9 +159,10 @@ SKEW_INLINE U32 look_up_pixels(const Steps& steps, const Piece& piece, int first
 // As many pixels as a tile is wide.
 template <class Pixel>
 SKEW_INLINE void write_looked_up(const Steps& steps, const Piece& piece, int row_changes, uint8_t* to) {
-  for (int i = 0; i < kTileColumns; i += kLanes16)
+  for (int i = 0; i < kTileColumns; i += kLanes16) {
     Pixel::Lanes::store_pixels(to + i * Pixel::kBytes, look_up_pixels<Pixel>(steps, piece, i, row_changes),
                                look_up_pixels<Pixel>(steps, piece, i + kLanes32, row_changes));
+  }
 }
 
 // Whether lookups pay for a piece, whose first pixel has the given position, and stay within the source.
@@ -190,10 +192,11 @@ int fetch_inner(const RotationJob& job, const Steps& steps, int y, Columns colum
 #if SKEW_LOOKUP
   using Window = typename Pixel::Lanes::Window;
   if (can_look_up<Window>(r, steps, from_x, from_y, piece.count)) {
-    if (steps.row_changes <= 1)
+    if (steps.row_changes <= 1) {
       write_looked_up<Pixel>(steps, piece, 1, to);
-    else
+    } else {
       write_looked_up<Pixel>(steps, piece, steps.row_changes, to);
+    }
     return 0;
   }
 #endif
@@ -283,9 +286,8 @@ void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
           write_outer(job, pixel, first + i, runs[i], tile, row);
       }
 #if SKEW_SIMD
-      if (Pixel::kBytes > 1)
-        prefetch<Pixel>(job, first, rows, runs,
-                        {tile.end, lesser(band.end - tile.end, kTileColumns) + tile.end});
+      const Columns next = {tile.end, tile.end + lesser(kTileColumns, band.end - tile.end)};
+      if (Pixel::kBytes > 1) prefetch<Pixel>(job, first, rows, runs, next);
       write_inner<Pixel>(job, steps, first, rows, runs, tile, scratch);
 #endif
     }
