@@ -69,7 +69,7 @@ constexpr int kLanes8 = kVectorBytes;
 constexpr int kLanes16 = kVectorBytes / 2;
 constexpr int kLanes32 = kVectorBytes / 4;
 
-// Any address will do; exactly kVectorBytes bytes are touched.
+// Any address will do; exactly the bytes of V are touched.
 template <class V>
 inline V load(const void* from) {
   V v;

@@ -92,11 +92,7 @@ SKEW_INLINE U32 blend_colors(const Pairs& upper, const Pairs& lower, I32 x, I32 
 // lane, the right one in bits 8 to 15.
 struct ByteLanes {
   using Pair = U32;
-  static uint64_t read_pair(const uint8_t* from) {
-    uint16_t pair;
-    std::memcpy(&pair, from, 2);
-    return pair;
-  }
+  static uint64_t read_pair(const uint8_t* from) { return load<uint16_t>(from); }
   static Pair load_pair(const uint64_t* from) { return load_pairs(from).first; }
   static void store_pixels(uint8_t* to, U32 low, U32 high) {
     store_narrowed(to, narrowed((I32)low, (I32)high));
@@ -116,6 +112,12 @@ struct ByteLanes {
     U8 index_;
   };
 #endif
+};
+
+// What the kinds of three and four bytes share.
+struct ColorLanes {
+  using Pair = Pairs;
+  static Pair load_pair(const uint64_t* from) { return load_pairs(from); }
 };
 
 #endif  // SKEW_SIMD
@@ -156,14 +158,11 @@ struct RgbPixel {
   }
 
 #if SKEW_SIMD
-  struct Lanes {
-    using Pair = Pairs;
+  struct Lanes : ColorLanes {
     static uint64_t read_pair(const uint8_t* from) {
-      uint64_t pair;
-      std::memcpy(&pair, from, 8);
+      const auto pair = load<uint64_t>(from);
       return (pair & 0xFFFFFFFFu) | (pair << 8 & 0xFFFFFFFF00000000u);
     }
-    static Pair load_pair(const uint64_t* from) { return load_pairs(from); }
     SKEW_INLINE static void store_pixels(uint8_t* to, U32 low, U32 high) {
       store_triples(to, low);
       store_triples(to + 3 * kLanes32, high);
@@ -205,14 +204,8 @@ struct ArgbPixel {
   }
 
 #if SKEW_SIMD
-  struct Lanes {
-    using Pair = Pairs;
-    static uint64_t read_pair(const uint8_t* from) {
-      uint64_t pair;
-      std::memcpy(&pair, from, 8);
-      return pair;
-    }
-    static Pair load_pair(const uint64_t* from) { return load_pairs(from); }
+  struct Lanes : ColorLanes {
+    static uint64_t read_pair(const uint8_t* from) { return load<uint64_t>(from); }
     static void store_pixels(uint8_t* to, U32 low, U32 high) {
       store(to, low);
       store(to + kVectorBytes, high);
