@@ -18,7 +18,7 @@ set_target_properties(skewcorrection_objects PROPERTIES
 add_library(skewcorrection_flags INTERFACE)
 target_compile_options(skewcorrection_flags INTERFACE
   -ffp-contract=off -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wno-psabi)
-target_include_directories(skewcorrection_flags INTERFACE ${PROJECT_SOURCE_DIR})
+target_include_directories(skewcorrection_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
 if(NOT SKEW_SIMD)
   target_compile_definitions(skewcorrection_flags INTERFACE SKEW_NO_SIMD=1)
 endif()
@@ -97,5 +97,5 @@ function(skew_add_library_targets)
   add_library(skewcorrection_static STATIC ${objects})
   target_link_libraries(skewcorrection_static PUBLIC m)
   target_include_directories(skewcorrection_static PUBLIC
-    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
 endfunction()

@@ -1,5 +1,5 @@
 # Android-shaped ELF files without an NDK: clang's own Android target and lld, headers and link stubs from
-# android/. Not an NDK build: that one uses the NDK's headers, start files and compiler-rt (preset android-ndk).
+# bindings/android/. Not an NDK build: that one uses the NDK's headers, start files and compiler-rt (preset android-ndk).
 # jni.h is Android's own, from Debian's android-libnativehelper-dev.
 # Included by the toolchain file of one processor, which sets SKEW_ANDROID_TARGET and SKEW_ANDROID_PAGE_SIZE.
 set(CMAKE_SYSTEM_NAME Linux)
@@ -11,7 +11,7 @@ set(CMAKE_CXX_COMPILER_TARGET ${SKEW_ANDROID_TARGET})
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES SKEW_ANDROID_TARGET SKEW_ANDROID_PAGE_SIZE)
 
-set(skew_headers ${CMAKE_CURRENT_LIST_DIR}/../../android/include)
+set(skew_headers ${CMAKE_CURRENT_LIST_DIR}/../../bindings/android/include)
 set(skew_compile "-nostdlibinc -isystem ${skew_headers} -isystem /usr/include/android/nativehelper -ffunction-sections -fdata-sections")
 set(CMAKE_C_FLAGS_INIT "${skew_compile}")
 set(CMAKE_CXX_FLAGS_INIT "${skew_compile}")

@@ -12,7 +12,7 @@ foreach(processor armv7 arm64)
 endforeach()
 set(archive ${PROJECT_BINARY_DIR}/skewcorrection-${PROJECT_VERSION}.aar)
 add_custom_target(aar
-  COMMAND ${PROJECT_SOURCE_DIR}/android/make_aar ${PROJECT_BINARY_DIR}/java/classes.jar ${PROJECT_VERSION}
+  COMMAND ${PROJECT_SOURCE_DIR}/bindings/android/make_aar ${PROJECT_BINARY_DIR}/java/classes.jar ${PROJECT_VERSION}
     ${shape_libraries} ${archive}
-  COMMAND ${PROJECT_SOURCE_DIR}/android/check_aar ${archive}
+  COMMAND ${PROJECT_SOURCE_DIR}/bindings/android/check_aar ${archive}
   DEPENDS skewcorrection_java android_shape_armv7 android_shape_arm64)
