@@ -23,21 +23,50 @@
 
 SKEW_EXTERN_C_BEGIN
 
-/* How far an answer can be relied on. */
+/* How far an answer can be relied on: thresholds of the confidence. */
 enum {
-  SKEW_PAGE_TRUSTED = 0, /* several parts of the page agree, and the whole page confirms them */
+  SKEW_PAGE_TRUSTED = 0, /* the angle can be used without a look at the page */
   SKEW_PAGE_UNCERTAIN =
-      1,              /* there is content, but no sure direction: a picture, a few words; angle is a guess */
+      1,              /* there is content, but no sure direction: angle is the best guess, reason says why */
   SKEW_PAGE_BLANK = 2 /* no content to measure: empty, noise or shading; angle is 0 */
+};
+
+/* What the angle follows. */
+enum {
+  SKEW_BASIS_NONE = 0,     /* nothing: a blank page */
+  SKEW_BASIS_ROWS = 1,     /* lines of writing that run across the page */
+  SKEW_BASIS_COLUMNS = 2,  /* lines of writing that run down the page */
+  SKEW_BASIS_STRUCTURE = 3 /* no lines of writing were found: rules, frames, staves, the lines of a drawing */
+};
+
+/* Why an answer is not trusted. */
+enum {
+  SKEW_REASON_NONE = 0,           /* it is trusted */
+  SKEW_REASON_NO_CONTENT = 1,     /* blank */
+  SKEW_REASON_LITTLE_TEXT = 2,    /* a few words, or too little of anything */
+  SKEW_REASON_TWO_DIRECTIONS = 3, /* parts of the page lie at different angles, as two pages in view do */
+  SKEW_REASON_NOT_PARALLEL = 4,   /* the lines fan out or bend: perspective or curled paper */
+  SKEW_REASON_ONLY_STRUCTURE = 5, /* no writing, and the straight parts do not agree well enough */
+  SKEW_REASON_RASTER = 6,         /* the direction may be that of the pixels: JPEG blocks, dither, halftone */
+  SKEW_REASON_UNCLEAR = 7         /* the parts of the page do not agree */
 };
 
 /* What a measurement found. */
 typedef struct SkewPage {
-  double angle;        /* degrees, continuous; 0.0 for a blank page */
-  int verdict;         /* SKEW_PAGE_TRUSTED, SKEW_PAGE_UNCERTAIN or SKEW_PAGE_BLANK */
-  int windowsMeasured; /* windows that had enough edge points and were measured on their own */
+  double angle;      /* degrees, continuous; where the line direction varies over the page, that of the middle
+                          of the text; 0.0 for a blank page */
+  double confidence; /* 0 ... 1: the probability that angle is within 0.25 degree of the lines' direction */
+  double lowestAngle;  /* the line direction varies over the page from here ... */
+  double highestAngle; /* ... to here, degrees; both equal angle where it does not vary measurably */
+  double
+      paperAngle; /* direction of the sheet's edges or of a frame around the text, degrees; 0.0 if not seen */
+  double spread;  /* root mean square distance of the agreeing windows' angles from the page's, degrees */
+  int verdict;    /* SKEW_PAGE_... */
+  int reason;     /* SKEW_REASON_... */
+  int basis;      /* SKEW_BASIS_... */
+  int paperFound; /* 1 if paperAngle is known, else 0 */
+  int windowsMeasured; /* windows that had enough content and were measured on their own */
   int windowsAgreeing; /* those of them whose angle lies within a degree of the page's */
-  double spread; /* root mean square distance of the agreeing windows' angles from the page's, degrees */
 } SkewPage;
 
 /* One measured window. The box is in pixels of the working image; the bounds are inclusive. */

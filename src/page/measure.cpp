@@ -186,6 +186,11 @@ void judge(View* view) {
   result.windowsAgreeing = agreeing(view->windows, result.angle);
   if (result.windowsAgreeing > 0) result.spread = std::sqrt(squares / result.windowsAgreeing);
   result.verdict = verdict_of(view->peak, result);
+  const bool trusted = result.verdict == SKEW_PAGE_TRUSTED;
+  result.confidence = trusted ? 0.9 : 0.4;
+  result.reason = trusted ? SKEW_REASON_NONE : SKEW_REASON_UNCLEAR;
+  result.basis = view->peak.columns > view->peak.rows ? SKEW_BASIS_COLUMNS : SKEW_BASIS_ROWS;
+  result.lowestAngle = result.highestAngle = result.angle;
 }
 
 bool reduce(const uint8_t* pixels, int width, ptrdiff_t stride, Page* page) {
@@ -199,6 +204,7 @@ bool reduce(const uint8_t* pixels, int width, ptrdiff_t stride, Page* page) {
 bool look(const Thresholds& thresholds, Page* page, View* view) {
   const int width = page->size.width, height = page->size.height;
   view->result.verdict = SKEW_PAGE_BLANK;
+  view->result.reason = SKEW_REASON_NO_CONTENT;
   view->edges = allocate<uint8_t>(height, page->stride);
   if (!view->edges ||
       CannyEdge(page->image.get(), view->edges.get(), thresholds.low, thresholds.high, width, height,
@@ -218,6 +224,7 @@ bool look(const Thresholds& thresholds, Page* page, View* view) {
 bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page) {
   View& view = page->view;
   view.result.verdict = SKEW_PAGE_BLANK;
+  view.result.reason = SKEW_REASON_NO_CONTENT;
   page->size = reduced_size(width, height);
   if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
   if (!reduce(pixels, width, stride, page) || !look(kUsual, page, &view)) return false;

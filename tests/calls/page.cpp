@@ -19,9 +19,12 @@ Page draw_page(Source& source) {
 }
 
 void add(Outcome& out, const SkewPage& page) {
-  out.add(page.angle);
-  out.add(page.spread);
-  for (const int value : {page.verdict, page.windowsMeasured, page.windowsAgreeing}) out.add(value);
+  for (const double value :
+       {page.angle, page.confidence, page.lowestAngle, page.highestAngle, page.paperAngle, page.spread})
+    out.add(value);
+  for (const int value :
+       {page.verdict, page.reason, page.basis, page.paperFound, page.windowsMeasured, page.windowsAgreeing})
+    out.add(value);
 }
 
 void call_measure(Source& source, Outcome& out) {
@@ -44,7 +47,8 @@ void call_details(Source& source, Outcome& out) {
   if (details.pEdges != nullptr) out.add_bytes(details.pEdges, bytes);
   for (int i = 0; i < details.windowCount; ++i) {
     const SkewPageWindow& window = details.pWindows[i];
-    for (const int value : {window.left, window.top, window.right, window.bottom, window.points, window.agrees})
+    for (const int value :
+         {window.left, window.top, window.right, window.bottom, window.points, window.agrees})
       out.add(value);
     out.add(window.angle);
   }
