@@ -118,7 +118,7 @@ void Reporter::show(const PageResult& result) {
     std::fprintf(stderr, "skewcorrect: %s %s\n", page_name(result).c_str(), result.why.c_str());
   }
   if (options_.quiet) return;
-  FILE* out = options_.output == "-" ? stderr : stdout;  // standard output then carries the image
+  FILE* out = options_.target.file == "-" ? stderr : stdout;  // standard output then carries the image
   if (options_.json)
     std::fprintf(out, "%s\n", json_line(result, options_).c_str());
   else if (!failed)

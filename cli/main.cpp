@@ -77,11 +77,13 @@ void add_common(CLI::App* command, Options& o) {
 }
 
 void add_output(CLI::App* command, Options& o) {
-  command->add_option("-o,--output", o.output, "The file to write for a single input; - is standard output")
+  command
+      ->add_option("-o,--output", o.target.file, "The file to write for a single input; - is standard output")
       ->option_text("FILE");
-  command->add_option("-d,--output-dir", o.output_dir, "The folder to write to; it is made if it is missing")
+  command
+      ->add_option("-d,--output-dir", o.target.folder, "The folder to write to; it is made if it is missing")
       ->option_text("FOLDER");
-  command->add_flag("--in-place", o.in_place, "Replace the sources themselves");
+  command->add_flag("--in-place", o.target.in_place, "Replace the sources themselves");
   command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
   command->add_flag("--resume", o.resume, "Skip pages whose result exists");
   command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
@@ -123,16 +125,17 @@ std::string settle(Options& o, const Words& words) {
   if (o.jobs == 0) o.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
   if (o.command != Command::kDeskew && o.command != Command::kRotate) return "";
 
-  const int targets = !o.output.empty() + !o.output_dir.empty() + o.in_place;
+  const int targets = !o.target.file.empty() + !o.target.folder.empty() + o.target.in_place;
   if (targets > 1) return "give one of --output, --output-dir and --in-place";
   if (targets == 0 && o.inputs.size() == 2) {
-    o.output = o.inputs.back();
+    o.target.file = o.inputs.back();
     o.inputs.pop_back();
   } else if (targets == 0 && !o.dry_run) {
     return "where to? Give IN OUT, or --output, --output-dir or --in-place";
   }
-  if (!o.output.empty() && o.inputs.size() > 1) return "--output takes a single input; use --output-dir";
-  if (o.in_place && o.resume) return "--resume needs results of their own: it does not go with --in-place";
+  if (!o.target.file.empty() && o.inputs.size() > 1) return "--output takes a single input; use --output-dir";
+  if (o.target.in_place && o.resume)
+    return "--resume needs results of their own: it does not go with --in-place";
   if (o.fast && o.canvas == tool::Canvas::kExpand) return "--fast keeps the canvas: leave out one of the two";
   const uint8_t* rgb = o.background.rgb;
   if (o.fast && (rgb[0] != rgb[1] || rgb[1] != rgb[2])) return "--fast takes a gray background only";
@@ -166,7 +169,7 @@ Commands define(CLI::App& app, Options& options, Words& words) {
   for (CLI::App* command : {c.deskew, c.report}) add_limits(command, options);
   for (CLI::App* command : {c.measure, c.deskew, c.rotate})
     command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
-  c.report->add_option("-o,--output", options.output, "The HTML file to write")
+  c.report->add_option("-o,--output", options.target.file, "The HTML file to write")
       ->required()
       ->option_text("FILE");
   c.report->add_flag("--overwrite", options.overwrite, "Replace it if it exists");

@@ -5,7 +5,7 @@
 #include <new>
 #include <string>
 
-#include "cli/failure.h"
+#include "files/failure.h"
 #include "skewcorrection/convert.h"
 #include "skewcorrection/skew.h"
 
@@ -17,7 +17,7 @@ size_t padded(int width) { return (static_cast<size_t>(width) + 3) & ~size_t{3};
 
 void check(int code) {
   if (code == SKEW_OUT_OF_MEMORY) throw std::bad_alloc();
-  if (code != SKEW_OK) throw Failure("cannot be measured (result " + std::to_string(code) + ")");
+  if (code != SKEW_OK) throw files::Failure("cannot be measured (result " + std::to_string(code) + ")");
 }
 
 Measurement from_library(const SkewPage& found) {
@@ -55,7 +55,7 @@ const char* verdict_word(Verdict verdict) {
   return "unchecked";
 }
 
-std::vector<uint8_t> padded_gray(const Raster& page) {
+std::vector<uint8_t> padded_gray(const files::Raster& page) {
   const size_t stride = padded(page.width);
   std::vector<uint8_t> gray(stride * page.height, 255);
   for (int y = 0; y < page.height; ++y) {
@@ -67,7 +67,7 @@ std::vector<uint8_t> padded_gray(const Raster& page) {
   return gray;
 }
 
-Measurement measure(const Raster& page, bool fast) {
+Measurement measure(const files::Raster& page, bool fast) {
   const std::vector<uint8_t> gray = padded_gray(page);
   if (fast) return measure_fast(gray, page.width, page.height);
   SkewPage found{};
@@ -75,7 +75,7 @@ Measurement measure(const Raster& page, bool fast) {
   return from_library(found);
 }
 
-Measurement measure(const Raster& page, Details& details) {
+Measurement measure(const files::Raster& page, Details& details) {
   const std::vector<uint8_t> gray = padded_gray(page);
   SkewPage found{};
   details.reset(new SkewPageDetails{});

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "cli/raster.h"
+#include "files/raster.h"
 #include "skewcorrection/page.h"
 
 namespace tool {
@@ -21,7 +21,7 @@ struct Measurement {
 const char* verdict_word(Verdict verdict);
 
 // Measures a page; fast asks for the angle of the driver alone, in steps of 0.2 degree and without a verdict.
-Measurement measure(const Raster& page, bool fast);
+Measurement measure(const files::Raster& page, bool fast);
 
 // What a measurement looked at, freed with its handle.
 struct FreeDetails {
@@ -33,9 +33,9 @@ struct FreeDetails {
 using Details = std::unique_ptr<SkewPageDetails, FreeDetails>;
 
 // The same as measure(page, false), with what it looked at.
-Measurement measure(const Raster& page, Details& details);
+Measurement measure(const files::Raster& page, Details& details);
 
 // The page in gray, rows padded to a multiple of 4 bytes.
-std::vector<uint8_t> padded_gray(const Raster& page);
+std::vector<uint8_t> padded_gray(const files::Raster& page);
 
 }  // namespace tool

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "files/inputs.h"
+
 namespace tool {
 
 enum class Command { kMeasure, kDeskew, kRotate, kReport };
@@ -19,9 +21,7 @@ struct Background {
 struct Options {
   Command command = Command::kMeasure;
   std::vector<std::string> inputs;
-  std::string output;      // one file, "-" is standard output
-  std::string output_dir;  // a folder for many
-  bool in_place = false;
+  files::Target target;
   bool overwrite = false;
   bool resume = false;  // skip pages whose output stands already
   bool recursive = false;

@@ -13,10 +13,10 @@
 #include <new>
 #include <vector>
 
-#include "cli/failure.h"
-#include "cli/image_write.h"
 #include "cli/report.h"
 #include "cli/turn.h"
+#include "files/failure.h"
+#include "files/image_write.h"
 
 namespace tool {
 
@@ -30,13 +30,13 @@ bool exists(const std::string& path) {
 }
 
 // Dots per inch as most programs mean it; 0 if the file does not tell.
-double dots_per_inch(const Page& page, Format format) {
+double dots_per_inch(const files::Page& page, files::Format format) {
   const bool told = page.header.get_typeof(VIPS_META_RESOLUTION_UNIT) != 0 || page.header.xres() != 1.0 ||
-                    format == Format::kPdf;
+                    format == files::Format::kPdf;
   return told ? page.header.xres() * 25.4 : 0.0;
 }
 
-void note_size(const Page& page, Format format, PageResult& result) {
+void note_size(const files::Page& page, files::Format format, PageResult& result) {
   result.width = page.raster.width;
   result.height = page.raster.height;
   result.dpi = dots_per_inch(page, format);
@@ -63,12 +63,12 @@ void copy_bytes(const std::string& from, const std::string& to) {
   const int error = errno;
   if (in >= 0) close(in);
   if (out > 1) close(out);
-  if (!good) throw Failure(std::string("cannot be copied: ") + std::strerror(error));
+  if (!good) throw files::Failure(std::string("cannot be copied: ") + std::strerror(error));
 }
 
 }  // namespace
 
-FileJob::FileJob(const Input& input, const Options& options) : options_(options), input_(input) {
+FileJob::FileJob(const files::Input& input, const Options& options) : options_(options), input_(input) {
   read_options_.dpi = options.dpi;
   read_options_.max_pixels = options.max_pixels;
   read_options_.tolerant = options.tolerant;
@@ -76,7 +76,7 @@ FileJob::FileJob(const Input& input, const Options& options) : options_(options)
   trouble_ = input.error;
   if (!trouble_.empty()) return;
   try {
-    source_ = open_source(input.path, input.name, read_options_);
+    source_ = files::open_source(input.path, input.name, read_options_);
     if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output();
   } catch (const std::exception& error) {
     trouble_ = error.what();
@@ -86,28 +86,28 @@ FileJob::FileJob(const Input& input, const Options& options) : options_(options)
 
 void FileJob::plan_output() {
   extension_ = options_.format;
-  if (extension_.empty() && !options_.output.empty() && options_.output != "-") {
-    extension_ = fs::path(options_.output).extension();
+  if (extension_.empty() && !options_.target.file.empty() && options_.target.file != "-") {
+    extension_ = fs::path(options_.target.file).extension();
     if (!extension_.empty()) extension_.erase(0, 1);
   }
   if (extension_.empty()) {
     extension_ = source_.extension;
-    if (source_.format == Format::kPdf) extension_ = "tif";
-    if (source_.format == Format::kHeif) extension_ = "jpg";
+    if (source_.format == files::Format::kPdf) extension_ = "tif";
+    if (source_.format == files::Format::kHeif) extension_ = "jpg";
   }
-  format_ = writable_format(extension_);
-  if (format_ == Format::kOther)
-    throw Failure("cannot be written as \"" + extension_ + "\" (known: jpg, png, tif, webp, ppm)");
+  format_ = files::writable_format(extension_);
+  if (format_ == files::Format::kOther)
+    throw files::Failure("cannot be written as \"" + extension_ + "\" (known: jpg, png, tif, webp, ppm)");
   same_format_ = format_ == source_.format;
-  if (options_.in_place && !same_format_)
-    throw Failure("cannot be replaced by a file of another format (use -o or --output-dir)");
-  one_file_ = format_ == Format::kTiff;
-  output_ = options_.output == "-" ? "-" : output_path(input_, options_, extension_);
+  if (options_.target.in_place && !same_format_)
+    throw files::Failure("cannot be replaced by a file of another format (use -o or --output-dir)");
+  one_file_ = format_ == files::Format::kTiff;
+  output_ = options_.target.file == "-" ? "-" : files::output_path(input_, options_.target, extension_);
   skips_ = options_.resume && one_file_ && exists(output_);
   if (one_file_ && !skips_ && !options_.dry_run) check_target(output_);
   if (!one_file_ && source_.pages > 1 && output_ == "-")
-    throw Failure("has " + std::to_string(source_.pages) +
-                  " pages: only TIFF can carry them on standard output");
+    throw files::Failure("has " + std::to_string(source_.pages) +
+                         " pages: only TIFF can carry them on standard output");
 }
 
 std::string FileJob::output_of_page(int page) const {
@@ -120,12 +120,12 @@ std::string FileJob::output_of_page(int page) const {
 }
 
 void FileJob::check_target(const std::string& path) const {
-  if (path == "-" || options_.in_place) return;
+  if (path == "-" || options_.target.in_place) return;
   std::error_code ignored;
   if (fs::equivalent(path, input_.path, ignored))
-    throw Failure("would be overwritten by its own result (use --in-place if that is meant)");
+    throw files::Failure("would be overwritten by its own result (use --in-place if that is meant)");
   if (exists(path) && !options_.overwrite)
-    throw Failure("not written: " + path + " exists (use --overwrite)");
+    throw files::Failure("not written: " + path + " exists (use --overwrite)");
 }
 
 PageResult FileJob::run_page(int page) {
@@ -134,7 +134,7 @@ PageResult FileJob::run_page(int page) {
   result.page = page + 1;
   result.pages = source_.pages;
   try {
-    if (!trouble_.empty()) throw Failure(trouble_);
+    if (!trouble_.empty()) throw files::Failure(trouble_);
     process(page, result);
   } catch (const std::bad_alloc&) {
     result.action = Action::kFailed;
@@ -151,7 +151,7 @@ PageResult FileJob::run_page(int page) {
 void FileJob::process(int number, PageResult& result) {
   if (options_.command == Command::kDeskew || options_.command == Command::kRotate)
     return write_page(number, result);
-  const Page page = read_page(source_, number, read_options_);
+  const files::Page page = files::read_page(source_, number, read_options_);
   note_size(page, source_.format, result);
   if (options_.command == Command::kReport) return describe_page(page, result);
   result.measurement = measure(page.raster, options_.fast);
@@ -159,12 +159,12 @@ void FileJob::process(int number, PageResult& result) {
   result.action = Action::kMeasured;
 }
 
-void FileJob::describe_page(const Page& page, PageResult& result) const {
+void FileJob::describe_page(const files::Page& page, PageResult& result) const {
   Details details;
   result.measurement = measure(page.raster, details);
   result.measured = true;
   decide(result);
-  Raster turned;
+  files::Raster turned;
   if (result.action == Action::kStraightened)
     turned = turn(page.raster, result.measurement.angle, options_.canvas,
                   background_for(page.raster, options_.background), false);
@@ -181,7 +181,7 @@ void FileJob::write_page(int number, PageResult& result) {
     }
     if (!one_file_) check_target(path);
   }
-  const Page page = read_page(source_, number, read_options_);
+  const files::Page page = files::read_page(source_, number, read_options_);
   note_size(page, source_.format, result);
   double angle = options_.angle;
   if (options_.command == Command::kRotate) {
@@ -195,16 +195,16 @@ void FileJob::write_page(int number, PageResult& result) {
   if (options_.dry_run) return;
 
   const bool changed = result.action == Action::kStraightened;
-  Raster turned;
+  files::Raster turned;
   if (changed)
     turned = turn(page.raster, angle, options_.canvas, background_for(page.raster, options_.background),
                   options_.fast);
-  const Raster& pixels = changed ? turned : page.raster;
+  const files::Raster& pixels = changed ? turned : page.raster;
   if (one_file_)
     write_in_order(number, page, pixels, changed);
   else
     write_alone(page, pixels, changed, path);
-  if (changed || !options_.in_place) result.output = path;
+  if (changed || !options_.target.in_place) result.output = path;
 }
 
 // Whether a page is straightened or left alone.
@@ -225,38 +225,39 @@ void FileJob::decide(PageResult& result) const {
 }
 
 void FileJob::copy_source(const std::string& path) {
-  if (options_.in_place) return;
+  if (options_.target.in_place) return;
   if (path == "-") return copy_bytes(input_.path, path);
-  TempFile copy(path, "." + extension_);
+  files::TempFile copy(path, "." + extension_);
   copy_bytes(input_.path, copy.path());
   copy.commit(options_.overwrite);
 }
 
-void FileJob::deliver(TempFile& file) {
+void FileJob::deliver(files::TempFile& file) {
   if (output_ == "-")
     copy_bytes(file.path(), "-");
   else
-    file.commit(options_.overwrite || options_.in_place);
+    file.commit(options_.overwrite || options_.target.in_place);
 }
 
-void FileJob::write_alone(const Page& page, const Raster& pixels, bool changed, const std::string& path) {
+void FileJob::write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
+                          const std::string& path) {
   if (!changed && same_format_) return copy_source(path);
-  TempFile temp(path == "-" ? "" : path, "." + extension_);
-  write_image(pixels, page, format_, options_.quality, temp.path());
+  files::TempFile temp(path == "-" ? "" : path, "." + extension_);
+  files::write_image(pixels, page, format_, options_.quality, temp.path());
   deliver(temp);
 }
 
-void FileJob::write_in_order(int number, const Page& page, const Raster& pixels, bool changed) {
+void FileJob::write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed) {
   {
     std::unique_lock<std::mutex> lock(mutex_);
     turn_.wait(lock, [&] { return next_page_ == number; });
   }
   // Only the page whose turn it is touches the writer.
   if (failed_page_ > 0)
-    throw Failure("not written, because page " + std::to_string(failed_page_) + " failed");
+    throw files::Failure("not written, because page " + std::to_string(failed_page_) + " failed");
   if (!tiff_) {
-    temp_ = std::make_unique<TempFile>(output_ == "-" ? "" : output_, "." + extension_);
-    tiff_ = std::make_unique<TiffWriter>(temp_->path(), same_format_ ? input_.path : "");
+    temp_ = std::make_unique<files::TempFile>(output_ == "-" ? "" : output_, "." + extension_);
+    tiff_ = std::make_unique<files::TiffWriter>(temp_->path(), same_format_ ? input_.path : "");
   }
   if (same_format_ && !changed)
     tiff_->add_unchanged(number);

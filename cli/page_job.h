@@ -7,21 +7,21 @@
 #include <mutex>
 #include <string>
 
-#include "cli/image_read.h"
-#include "cli/inputs.h"
 #include "cli/lines.h"
 #include "cli/options.h"
-#include "cli/temp_file.h"
-#include "cli/tiff_file.h"
+#include "files/image_read.h"
+#include "files/inputs.h"
+#include "files/temp_file.h"
+#include "files/tiff_file.h"
 
 namespace tool {
 
 class FileJob {
  public:
-  FileJob(const Input& input, const Options& options);
+  FileJob(const files::Input& input, const Options& options);
 
   int pages() const { return source_.pages; }
-  const SourceFile& source() const { return source_; }
+  const files::SourceFile& source() const { return source_; }
 
   // Where this file's result goes, empty when each page has its own or nothing is written.
   const std::string& output() const { return output_; }
@@ -36,24 +36,25 @@ class FileJob {
   std::string output_of_page(int page) const;
   void process(int page, PageResult& result);
   void write_page(int page, PageResult& result);
-  void describe_page(const Page& page, PageResult& result) const;
+  void describe_page(const files::Page& page, PageResult& result) const;
   void decide(PageResult& result) const;
-  void write_alone(const Page& page, const Raster& pixels, bool changed, const std::string& path);
-  void write_in_order(int number, const Page& page, const Raster& pixels, bool changed);
+  void write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
+                   const std::string& path);
+  void write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed);
   void finish_tiff();
   void copy_source(const std::string& path);
-  void deliver(TempFile& file);
+  void deliver(files::TempFile& file);
   void pass_turn(int page, bool failed);
 
   const Options& options_;
-  Input input_;
-  SourceFile source_;
-  ReadOptions read_options_;
+  files::Input input_;
+  files::SourceFile source_;
+  files::ReadOptions read_options_;
   std::string trouble_;  // why no page of this file can be worked on
 
   std::string output_;
   std::string extension_;
-  Format format_ = Format::kOther;
+  files::Format format_ = files::Format::kOther;
   bool same_format_ = false;
   bool one_file_ = false;  // all pages go into one TIFF
   bool skips_ = false;     // which stands already
@@ -63,8 +64,8 @@ class FileJob {
   int next_page_ = 0;     // the page whose turn it is to be written
   bool changed_ = false;  // a page of the TIFF was changed
   int failed_page_ = 0;   // the first page that failed, from 1
-  std::unique_ptr<TempFile> temp_;
-  std::unique_ptr<TiffWriter> tiff_;
+  std::unique_ptr<files::TempFile> temp_;
+  std::unique_ptr<files::TiffWriter> tiff_;
 };
 
 }  // namespace tool

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "cli/failure.h"
 #include "cli/report_pictures.h"
+#include "files/failure.h"
 
 namespace tool {
 
@@ -105,11 +105,13 @@ std::string consequence(const PageResult& result) {
   return " The page stays as it is (" + result.why + ").";
 }
 
-Failure unwritable() { return Failure(std::string("the report cannot be written: ") + std::strerror(errno)); }
+files::Failure unwritable() {
+  return files::Failure(std::string("the report cannot be written: ") + std::strerror(errno));
+}
 
 }  // namespace
 
-std::string report_section(const PageResult& result, const Raster& before, const Raster& after,
+std::string report_section(const PageResult& result, const files::Raster& before, const files::Raster& after,
                            const SkewPageDetails& details) {
   std::string html = "<h2>" + escaped(page_name(result)) + "</h2>\n<p class=\"verdict\">" +
                      verdict_sentence(result.measurement) + consequence(result) +
@@ -168,7 +170,7 @@ void ReportFile::add(const PageResult& result) {
 }
 
 void ReportFile::finish() {
-  TempFile whole(path_, ".html");
+  files::TempFile whole(path_, ".html");
   FILE* out = std::fopen(whole.path().c_str(), "wb");
   if (!out) throw unwritable();
   std::fprintf(out,

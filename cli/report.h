@@ -7,13 +7,13 @@
 
 #include "cli/lines.h"
 #include "cli/measure.h"
-#include "cli/raster.h"
-#include "cli/temp_file.h"
+#include "files/raster.h"
+#include "files/temp_file.h"
 
 namespace tool {
 
 // The part about one page. after has no pixels if the page is left alone.
-std::string report_section(const PageResult& result, const Raster& before, const Raster& after,
+std::string report_section(const PageResult& result, const files::Raster& before, const files::Raster& after,
                            const SkewPageDetails& details);
 
 // Collects the parts in a temporary file and puts the overview before them. Throws Failure.
@@ -30,7 +30,7 @@ class ReportFile {
  private:
   std::string path_;
   bool overwrite_;
-  TempFile sections_;
+  files::TempFile sections_;
   FILE* out_;
   std::string overview_;
   int pages_ = 0, straightened_ = 0, left_alone_ = 0, failed_ = 0;

@@ -58,7 +58,7 @@ Box content_box(const SkewPageDetails& details) {
 
 }  // namespace
 
-std::string picture_address(const Raster& raster) {
+std::string picture_address(const files::Raster& raster) {
   VImage image = VImage::new_from_memory(const_cast<uint8_t*>(raster.pixels.data()), raster.pixels.size(),
                                          raster.width, raster.height, raster.channels, VIPS_FORMAT_UCHAR);
   image = image.copy(VImage::option()->set(

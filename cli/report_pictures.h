@@ -4,12 +4,12 @@
 #include <string>
 
 #include "cli/measure.h"
-#include "cli/raster.h"
+#include "files/raster.h"
 
 namespace tool {
 
 // A reduced JPEG as a data: address.
-std::string picture_address(const Raster& raster);
+std::string picture_address(const files::Raster& raster);
 
 // The edge map as SVG: edges dark, the windows coloured by agreement, the content box dashed.
 std::string edges_svg(const SkewPageDetails& details);

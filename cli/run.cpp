@@ -1,7 +1,6 @@
 #include "cli/run.h"
 
 #include <unistd.h>
-#include <vips/vips.h>
 
 #include <condition_variable>
 #include <cstdio>
@@ -11,9 +10,9 @@
 #include <thread>
 #include <vector>
 
-#include "cli/failure.h"
 #include "cli/page_job.h"
 #include "cli/report.h"
+#include "files/failure.h"
 
 namespace tool {
 
@@ -22,10 +21,10 @@ namespace {
 // Hands out pages in order and prints their results in the same order, whichever is done first.
 class Run {
  public:
-  Run(const Options& options, std::vector<Input> inputs)
+  Run(const Options& options, std::vector<files::Input> inputs)
       : options_(options), inputs_(std::move(inputs)), reporter_(options) {
     if (options.command == Command::kReport)
-      report_ = std::make_unique<ReportFile>(options.output, options.overwrite);
+      report_ = std::make_unique<ReportFile>(options.target.file, options.overwrite);
   }
 
   int execute() {
@@ -35,7 +34,7 @@ class Run {
     for (auto& thread : others) thread.join();
     reporter_.clear_progress();
     if (report_ && trouble_.empty()) report_->finish();
-    if (!trouble_.empty()) throw Failure(trouble_);
+    if (!trouble_.empty()) throw files::Failure(trouble_);
     return reporter_.failed() ? 1 : 0;
   }
 
@@ -50,7 +49,7 @@ class Run {
     const std::lock_guard<std::mutex> lock(tasks_);
     if (!job_ || page_ == job_->pages()) {
       if (file_ == inputs_.size()) return false;
-      Input input = inputs_[file_++];
+      files::Input input = inputs_[file_++];
       job_ = std::make_shared<FileJob>(input, options_);
       page_ = 0;
       if (!job_->output().empty() && !outputs_.insert(job_->output()).second) {
@@ -80,13 +79,13 @@ class Run {
     if (!report_ || !trouble_.empty()) return;
     try {
       report_->add(result);
-    } catch (const Failure& failure) {
+    } catch (const files::Failure& failure) {
       trouble_ = failure.what();
     }
   }
 
   const Options& options_;
-  const std::vector<Input> inputs_;
+  const std::vector<files::Input> inputs_;
   std::mutex tasks_;
   size_t file_ = 0, task_ = 0;
   int page_ = 0;
@@ -103,29 +102,27 @@ class Run {
 
 void spool_standard_input(const std::string& path) {
   FILE* out = std::fopen(path.c_str(), "wb");
-  if (!out) throw Failure("standard input cannot be kept in " + path);
+  if (!out) throw files::Failure("standard input cannot be kept in " + path);
   std::vector<char> block(1 << 16);
   bool good = true;
   for (ssize_t got; (got = read(0, block.data(), block.size())) > 0;)
     good = good && std::fwrite(block.data(), 1, static_cast<size_t>(got), out) == static_cast<size_t>(got);
-  if (std::fclose(out) != 0 || !good) throw Failure("standard input cannot be kept in " + path);
+  if (std::fclose(out) != 0 || !good) throw files::Failure("standard input cannot be kept in " + path);
 }
 
 }  // namespace
 
 int run(const Options& options) {
-  clean_up_on_signals();
-  start_image_library("skewcorrect");
-  // Pages run side by side; threads inside one image would only get in their way.
-  vips_concurrency_set(1);
-  std::unique_ptr<TempFile> spool;
+  files::clean_up_on_signals();
+  files::start_image_library("skewcorrect");
+  std::unique_ptr<files::TempFile> spool;
   for (const auto& input : options.inputs) {
     if (input != "-") continue;
-    if (spool) throw Failure("standard input can be given only once");
-    spool = std::make_unique<TempFile>("", "");
+    if (spool) throw files::Failure("standard input can be given only once");
+    spool = std::make_unique<files::TempFile>("", "");
     spool_standard_input(spool->path());
   }
-  Run all(options, find_inputs(options, spool ? spool->path() : ""));
+  Run all(options, files::find_inputs(options.inputs, options.recursive, spool ? spool->path() : ""));
   return all.execute();
 }
 

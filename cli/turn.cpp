@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "cli/failure.h"
+#include "files/failure.h"
 #include "skewcorrection/convert.h"
 #include "skewcorrection/rotate.h"
 
@@ -24,7 +24,7 @@ uint8_t median(const Histogram& counts) {
 }
 
 // Counts the values of a frame of one fiftieth of the shorter side: wide enough that dust and noise are few.
-void count_border(const Raster& page, std::array<Histogram, 3>& counts) {
+void count_border(const files::Raster& page, std::array<Histogram, 3>& counts) {
   const int frame = std::max(1, std::min(page.width, page.height) / 50);
   for (int y = 0; y < page.height; ++y) {
     const bool edge_row = y < frame || y >= page.height - frame;
@@ -36,8 +36,8 @@ void count_border(const Raster& page, std::array<Histogram, 3>& counts) {
   }
 }
 
-Raster turn_in_steps(const Raster& page, double angle, Colour background) {
-  Raster out = make_raster(page.width, page.height, page.channels);
+files::Raster turn_in_steps(const files::Raster& page, double angle, Colour background) {
+  files::Raster out = files::make_raster(page.width, page.height, page.channels);
   const uint8_t fill = GetYfromRGB(background.rgb[0], background.rgb[1], background.rgb[2]);
   int code;
   if (page.channels == 3) {
@@ -49,14 +49,14 @@ Raster turn_in_steps(const Raster& page, double angle, Colour background) {
     if (code == SKEW_OK) std::memcpy(out.pixels.data(), turned, out.pixels.size());
     std::free(turned);
   }
-  if (code == SKEW_INVALID_ARGUMENT) throw Failure("the fast rotation takes angles below 66 degrees");
-  if (code != SKEW_OK) throw Failure("not enough memory to turn the page");
+  if (code == SKEW_INVALID_ARGUMENT) throw files::Failure("the fast rotation takes angles below 66 degrees");
+  if (code != SKEW_OK) throw files::Failure("not enough memory to turn the page");
   return out;
 }
 
 }  // namespace
 
-Colour background_for(const Raster& page, const Background& wanted) {
+Colour background_for(const files::Raster& page, const Background& wanted) {
   Colour colour;
   std::memcpy(colour.rgb, wanted.rgb, sizeof colour.rgb);
   if (!wanted.sampled) {
@@ -70,13 +70,13 @@ Colour background_for(const Raster& page, const Background& wanted) {
   return colour;
 }
 
-Raster turn(const Raster& page, double angle, Canvas canvas, Colour background, bool fast) {
+files::Raster turn(const files::Raster& page, double angle, Canvas canvas, Colour background, bool fast) {
   if (fast) return turn_in_steps(page, angle, background);
   const int mode = canvas == Canvas::kExpand ? SKEW_CANVAS_EXPAND : SKEW_CANVAS_KEEP;
   int width = 0, height = 0;
   if (skew_rotated_size(page.width, page.height, angle, mode, &width, &height) != SKEW_OK)
-    throw Failure("cannot be turned by this angle");
-  Raster out = make_raster(width, height, page.channels);
+    throw files::Failure("cannot be turned by this angle");
+  files::Raster out = files::make_raster(width, height, page.channels);
   const ptrdiff_t from = static_cast<ptrdiff_t>(page.row_bytes()),
                   to = static_cast<ptrdiff_t>(out.row_bytes());
   const int code = page.channels == 1
@@ -84,7 +84,7 @@ Raster turn(const Raster& page, double angle, Canvas canvas, Colour background, 
                                           out.pixels.data(), to, background.rgb[0])
                        : skew_rotate_rgb(page.pixels.data(), from, page.width, page.height, angle, mode,
                                          out.pixels.data(), to, background.rgb);
-  if (code != SKEW_OK) throw Failure("cannot be turned (result " + std::to_string(code) + ")");
+  if (code != SKEW_OK) throw files::Failure("cannot be turned (result " + std::to_string(code) + ")");
   return out;
 }
 

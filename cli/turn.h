@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cli/options.h"
-#include "cli/raster.h"
+#include "files/raster.h"
 
 namespace tool {
 
@@ -11,10 +11,10 @@ struct Colour {
 };
 
 // The colour for a page: the one asked for, or the median of the page's own border.
-Colour background_for(const Raster& page, const Background& wanted);
+Colour background_for(const files::Raster& page, const Background& wanted);
 
 // Turns a page so that lines at this angle become level. fast uses the rotations of 0.2 degree steps, which
 // keep the canvas and take a gray background.
-Raster turn(const Raster& page, double angle, Canvas canvas, Colour background, bool fast);
+files::Raster turn(const files::Raster& page, double angle, Canvas canvas, Colour background, bool fast);
 
 }  // namespace tool

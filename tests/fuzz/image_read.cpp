@@ -3,8 +3,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "cli/failure.h"
-#include "cli/image_read.h"
+#include "files/failure.h"
+#include "files/image_read.h"
 
 namespace {
 
@@ -23,8 +23,8 @@ class MemoryFile {
   int handle_;
 };
 
-tool::ReadOptions options(bool tolerant) {
-  tool::ReadOptions chosen;
+files::ReadOptions options(bool tolerant) {
+  files::ReadOptions chosen;
   chosen.max_pixels = 1 << 20;
   chosen.dpi = 30;
   chosen.tolerant = tolerant;
@@ -35,14 +35,14 @@ tool::ReadOptions options(bool tolerant) {
 
 // The first byte chooses how damaged files are treated; the rest is the file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool started = (tool::start_image_library("fuzz"), true);
+  static const bool started = (files::start_image_library("fuzz"), true);
   if (size == 0 || !started) return 0;
   const MemoryFile file(data + 1, size - 1);
   try {
-    const tool::ReadOptions chosen = options((data[0] & 1) != 0);
-    const tool::SourceFile source = tool::open_source(file.path(), "input", chosen);
-    for (int page = 0; page < source.pages && page < 3; ++page) tool::read_page(source, page, chosen);
-  } catch (const tool::Failure&) {
+    const files::ReadOptions chosen = options((data[0] & 1) != 0);
+    const files::SourceFile source = files::open_source(file.path(), "input", chosen);
+    for (int page = 0; page < source.pages && page < 3; ++page) files::read_page(source, page, chosen);
+  } catch (const files::Failure&) {
     // what a broken file should give
   }
   return 0;

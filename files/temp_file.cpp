@@ -1,4 +1,4 @@
-#include "cli/temp_file.h"
+#include "files/temp_file.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -13,9 +13,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "cli/failure.h"
+#include "files/failure.h"
 
-namespace tool {
+namespace files {
 
 namespace {
 
@@ -111,4 +111,4 @@ void clean_up_on_signals() {
   signal(SIGXFSZ, SIG_IGN);
 }
 
-}  // namespace tool
+}  // namespace files

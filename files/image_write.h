@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "cli/image_read.h"
+#include "files/page.h"
 
-namespace tool {
+namespace files {
 
 // The format that a file name's extension stands for; kOther if this tool does not write it.
 Format writable_format(const std::string& extension);
@@ -14,4 +14,4 @@ Format writable_format(const std::string& extension);
 // Throws Failure.
 void write_image(const Raster& pixels, const Page& page, Format format, int quality, const std::string& path);
 
-}  // namespace tool
+}  // namespace files

@@ -1,7 +1,7 @@
 // Decoding goes through libvips. Three rules are behind the order of things here: a header is checked before
 // any pixel is decoded, since a small file can hold a huge image; damage is an error unless the user allows
 // it; and only the image library's own safe loaders are used.
-#include "cli/image_read.h"
+#include "files/image_read.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "cli/failure.h"
-#include "cli/tiff_file.h"
+#include "files/failure.h"
+#include "files/tiff_file.h"
 
-namespace tool {
+namespace files {
 
 namespace {
 
@@ -139,6 +139,7 @@ void start_image_library(const char* program) {
        {"VipsForeignLoadPpm", "VipsForeignLoadPdf", "VipsForeignLoadJp2k", "VipsForeignLoadJxl"})
     vips_operation_block_set(loader, FALSE);
   vips_cache_set_max(0);
+  vips_concurrency_set(1);
 }
 
 SourceFile open_source(const std::string& path, const std::string& name, const ReadOptions& options) {
@@ -187,4 +188,4 @@ Page read_page(const SourceFile& file, int number, const ReadOptions& options) {
   return page;
 }
 
-}  // namespace tool
+}  // namespace files

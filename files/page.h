@@ -1,13 +1,13 @@
-// Image files in: what a file is, and its pages as upright 8-bit pixels.
+// What the parts of this layer hand each other: a file that holds pages, and one of its pages.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vips/vips8>
 
-#include "cli/raster.h"
+#include "files/raster.h"
 
-namespace tool {
+namespace files {
 
 enum class Format { kJpeg, kPng, kTiff, kWebp, kPnm, kPdf, kHeif, kOther };
 
@@ -32,13 +32,4 @@ struct Page {
   bool upright_in_file = true;  // false if the file asks viewers to turn it
 };
 
-// Starts the image library and keeps its warnings off the terminal. Throws Failure.
-void start_image_library(const char* program);
-
-// Reads the header. Throws Failure for what is not an image that this tool can read.
-SourceFile open_source(const std::string& path, const std::string& name, const ReadOptions& options);
-
-// Decodes one page (from 0), turned upright as its orientation tag says. Throws Failure.
-Page read_page(const SourceFile& file, int page, const ReadOptions& options);
-
-}  // namespace tool
+}  // namespace files

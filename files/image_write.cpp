@@ -1,12 +1,12 @@
-#include "cli/image_write.h"
+#include "files/image_write.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 
-#include "cli/failure.h"
+#include "files/failure.h"
 
-namespace tool {
+namespace files {
 
 namespace {
 
@@ -103,4 +103,4 @@ void write_image(const Raster& pixels, const Page& page, Format format, int qual
   }
 }
 
-}  // namespace tool
+}  // namespace files

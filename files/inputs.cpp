@@ -1,11 +1,11 @@
-#include "cli/inputs.h"
+#include "files/inputs.h"
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <set>
 
-namespace tool {
+namespace files {
 
 namespace fs = std::filesystem;
 
@@ -40,15 +40,16 @@ void collect(const std::string& folder, std::vector<Input>& inputs) {
 
 }  // namespace
 
-std::vector<Input> find_inputs(const Options& options, const std::string& spool) {
+std::vector<Input> find_inputs(const std::vector<std::string>& named, bool recursive,
+                               const std::string& spool) {
   std::vector<Input> inputs;
-  for (const std::string& given : options.inputs) {
+  for (const std::string& given : named) {
     std::error_code ignored;
     if (given == "-")
       inputs.push_back({spool, "standard input", "stdin", ""});
     else if (!fs::is_directory(given, ignored))
       inputs.push_back({given, given, fs::path(given).filename(), ""});
-    else if (options.recursive)
+    else if (recursive)
       collect<fs::recursive_directory_iterator>(given, inputs);
     else
       collect<fs::directory_iterator>(given, inputs);
@@ -56,10 +57,10 @@ std::vector<Input> find_inputs(const Options& options, const std::string& spool)
   return inputs;
 }
 
-std::string output_path(const Input& input, const Options& options, const std::string& extension) {
+std::string output_path(const Input& input, const Target& target, const std::string& extension) {
   fs::path path;
-  if (!options.output.empty()) return options.output;
-  path = options.in_place ? fs::path(input.path) : fs::path(options.output_dir) / input.relative;
+  if (!target.file.empty()) return target.file;
+  path = target.in_place ? fs::path(input.path) : fs::path(target.folder) / input.relative;
   std::string old = path.extension();
   std::transform(old.begin(), old.end(), old.begin(), [](unsigned char c) { return std::tolower(c); });
   static const std::set<std::string> kSame[] = {
@@ -71,4 +72,4 @@ std::string output_path(const Input& input, const Options& options, const std::s
   return path;
 }
 
-}  // namespace tool
+}  // namespace files

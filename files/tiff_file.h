@@ -4,12 +4,11 @@
 
 #include <string>
 
-#include "cli/image_read.h"
-#include "cli/raster.h"
+#include "files/page.h"
 
 typedef struct tiff TIFF;
 
-namespace tool {
+namespace files {
 
 // Bits of a sample on a page (from 0) of a TIFF; 0 if that cannot be read.
 int tiff_bits(const std::string& path, int page);
@@ -37,4 +36,4 @@ class TiffWriter {
   TIFF* out_ = nullptr;
 };
 
-}  // namespace tool
+}  // namespace files

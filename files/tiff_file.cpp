@@ -1,4 +1,4 @@
-#include "cli/tiff_file.h"
+#include "files/tiff_file.h"
 
 #include <tiffio.h>
 
@@ -6,9 +6,9 @@
 #include <cstring>
 #include <vector>
 
-#include "cli/failure.h"
+#include "files/failure.h"
 
-namespace tool {
+namespace files {
 
 namespace {
 
@@ -329,4 +329,4 @@ void TiffWriter::add_unchanged(int number) {
   end_page();
 }
 
-}  // namespace tool
+}  // namespace files

@@ -4,10 +4,10 @@
 #include <stdexcept>
 #include <string>
 
-namespace tool {
+namespace files {
 
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-}  // namespace tool
+}  // namespace files

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tool {
+namespace files {
 
 struct Raster {
   int width = 0, height = 0;
@@ -23,4 +23,4 @@ inline Raster make_raster(int width, int height, int channels) {
   return raster;
 }
 
-}  // namespace tool
+}  // namespace files

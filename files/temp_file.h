@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace tool {
+namespace files {
 
 class TempFile {
  public:
@@ -30,4 +30,4 @@ class TempFile {
 // number.
 void clean_up_on_signals();
 
-}  // namespace tool
+}  // namespace files
