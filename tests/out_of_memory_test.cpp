@@ -185,6 +185,25 @@ TEST(OutOfMemory, MeasuringAPage) {
                     details.pWindows == nullptr && details.pScores == nullptr && details.windowCount == 0 &&
                     details.scoreCount == 0; }},
   });
+
+  // Forced, so that the page is turned whatever the measurement makes of it.
+  SkewLevelOptions options;
+  skew_level_defaults(&options);
+  options.force = 1;
+  options.smallestAngle = 0;
+  SkewLevel level;
+  const std::vector<uint32_t> argb(page.begin(), page.end());
+  uint32_t* turned = nullptr;
+  exhaust_all({
+      {"skew_level_argb", {2},
+       [&] { level.action = 77;
+             const int result =
+                 skew_level_argb(argb.data(), 4 * kWidth, kWidth, kHeight, &options, &turned, &level);
+             free(turned);
+             return result; },
+       [&] { return level.action == 77 && turned == nullptr; }},
+  });
+  EXPECT_EQ(level.action, SKEW_LEVELLED);
 }
 
 TEST(OutOfMemory, NativeMethods) {

@@ -9,6 +9,7 @@
  *   analysis.h  connected components, confidence selection
  *   enhance.h   smoothing, stretch, extent fitting, gap filling
  *   page.h      the page-level measurement: a continuous angle and whether to trust it
+ *   level.h     measure, judge, turn or leave alone, in one call; where points go
  *
  * The sign of an angle: positive means that the lines run along the direction (cos, sin) with x to the right
  * and y downward; as displayed they fall from left to right. Rotating an image by the measured angle levels it.
@@ -23,6 +24,7 @@
 #include "analysis.h"
 #include "convert.h"
 #include "enhance.h"
+#include "level.h"
 #include "page.h"
 #include "rotate.h"
 #include "skew.h"

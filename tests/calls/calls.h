@@ -52,7 +52,7 @@ class Outcome {
   uint64_t hash_ = 0xCBF29CE484222325u;
 };
 
-enum class Family { kTables, kConvert, kDriver, kSearch, kReduce, kRotate, kAnalysis, kEnhance, kPage, kJni };
+enum class Family { kTables, kConvert, kDriver, kSearch, kReduce, kRotate, kAnalysis, kEnhance, kPage, kLevel, kJni };
 
 struct Call {
   const char* name;

@@ -5,6 +5,6 @@
 
 namespace skew::test {
 
-extern const std::vector<Call> kMeasureCalls, kImageCalls, kPageCalls, kJniCalls;
+extern const std::vector<Call> kMeasureCalls, kImageCalls, kPageCalls, kLevelCalls, kJniCalls;
 
 }  // namespace skew::test
