@@ -43,13 +43,14 @@ function(skew_sources)
   endforeach()
 endfunction()
 
-# Adds kernel sources that are compiled again for wider vectors on x86-64: for AVX2 and, if AVX512 is said, for
-# AVX-512. Such a source may include only core/simd.h, headers without functions, and headers that keep theirs in
-# namespace SKEW_LANES.
+# Adds kernel sources (src/core/forms.h), which are compiled again for longer vectors on x86-64: for AVX2 and, if
+# AVX512 is said, for AVX-512. The tests compile them once more without vectors.
 function(skew_kernel_sources)
   cmake_parse_arguments(PARSE_ARGV 0 arg "AVX512" "" "")
   set(sources ${arg_UNPARSED_ARGUMENTS})
   skew_sources(${sources})
+  list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE paths)
+  set_property(GLOBAL APPEND PROPERTY SKEW_KERNEL_SOURCES ${paths})
   if(SKEW_WIDER_FORMS)
     skew_wider_form(avx2 SKEW_AVX2_BUILD "-mavx2" ${sources})
     if(arg_AVX512)

@@ -7,9 +7,7 @@
 #include <vector>
 
 #include "convert/luma.h"
-#include "convert/pixel_rows.h"
 #include "convert/working_copy.h"
-#include "core/cpu.h"
 #include "reference/convert.h"
 #include "tests/support/allocations.h"
 #include "tests/support/random.h"
@@ -42,24 +40,6 @@ void convert(Kind kind, bool fast, const uint8_t* source, int count, uint8_t* ou
   }
 }
 
-#if SKEW_SIMD
-int convert_vectors(Kind kind, bool avx2, const uint8_t* source, int count, uint8_t* out) {
-  const auto* argb = reinterpret_cast<const int32_t*>(source);
-  int64_t (*argb_form)(const int32_t*, int64_t, uint8_t*) =
-      kind == kArgbToGray ? gray_from_argb_vectors : rgb_from_argb_vectors;
-  int64_t (*rgb_form)(const uint8_t*, int64_t, uint8_t*) = gray_from_rgb_vectors;
-#if defined(SKEW_WIDER_FORMS)
-  if (avx2) {
-    argb_form = kind == kArgbToGray ? lanes32::gray_from_argb_vectors : lanes32::rgb_from_argb_vectors;
-    rgb_form = lanes32::gray_from_rgb_vectors;
-  }
-#else
-  (void)avx2;
-#endif
-  return static_cast<int>(kind == kRgbToGray ? rgb_form(source, count, out) : argb_form(argb, count, out));
-}
-#endif
-
 }  // namespace
 
 TEST(Luma, WeighsAndRoundsDown) {
@@ -84,34 +64,19 @@ TEST(Luma, WeighsAndRoundsDown) {
   }
 }
 
-// Each length to past two steps of the widest form, at every alignment of the result; sources lie in blocks
-// of their exact size, so that the sanitizers see a read past the end.
-TEST(PixelFormat, EveryFormGivesThePlainBytesAndTouchesNothingElse) {
+// The vector forms are compared with the plain ones in kernels_test.cpp.
+TEST(PixelFormat, EqualsTheLiteralFormAndTouchesNothingElse) {
   test::Random random(12);
   for (const Kind kind : kKinds)
-    for (int count = 0; count <= 71; ++count)
-      for (int start = 0; start < 4; ++start) {
-        SCOPED_TRACE(testing::Message() << "kind " << kind << " count " << count << " start " << start);
-        const auto source = random.bytes(static_cast<size_t>(count * source_bytes(kind)));
-        const size_t size = static_cast<size_t>(count * result_bytes(kind));
-        std::vector<uint8_t> expected(size + 2 * kGuard, kUntouched), actual = expected;
-        convert(kind, false, source.data(), count, &expected[kGuard + start]);
-        convert(kind, true, source.data(), count, &actual[kGuard + start]);
-        ASSERT_EQ(expected, actual);
-#if SKEW_SIMD
-        for (const bool avx2 : {false, true}) {
-          if (avx2 && vector_bytes() < 32) continue;
-          std::vector<uint8_t> front(size + 2 * kGuard, kUntouched);
-          const int done = convert_vectors(kind, avx2, source.data(), count, &front[kGuard]);
-          ASSERT_LE(done, count);
-          ASSERT_GT(done + 34, count) << "vectors left to the plain form";
-          const auto* plain = &expected[kGuard + start];
-          ASSERT_TRUE(std::equal(plain, plain + done * result_bytes(kind), &front[kGuard]));
-          ASSERT_EQ(std::vector<uint8_t>(kGuard, kUntouched),
-                    std::vector<uint8_t>(front.end() - kGuard, front.end()));
-        }
-#endif
-      }
+    for (int count = 0; count <= 71; ++count) {
+      SCOPED_TRACE(testing::Message() << "kind " << kind << " count " << count);
+      const auto source = random.bytes(static_cast<size_t>(count * source_bytes(kind)));
+      const size_t size = static_cast<size_t>(count * result_bytes(kind));
+      std::vector<uint8_t> expected(size + 2 * kGuard, kUntouched), actual = expected;
+      convert(kind, false, source.data(), count, &expected[kGuard]);
+      convert(kind, true, source.data(), count, &actual[kGuard]);
+      ASSERT_EQ(expected, actual);
+    }
 }
 
 TEST(PixelFormat, ConvertsInPlace) {

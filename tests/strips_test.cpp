@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "core/cpu.h"
+#include "tests/support/forms.h"
 #include "tests/support/random.h"
 
 #if SKEW_SIMD
@@ -12,26 +12,10 @@
 namespace skew {
 namespace {
 
-struct Forms {
-  const char* name;
-  decltype(&fill_strips) fill;
-  decltype(&project_strips) project;
-  decltype(&sum_of_small_squares) squares;
-};
-
-std::vector<Forms> forms() {
-  std::vector<Forms> all = {{"baseline", fill_strips, project_strips, sum_of_small_squares}};
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32)
-    all.push_back({"AVX2", lanes32::fill_strips, lanes32::project_strips, lanes32::sum_of_small_squares});
-#endif
-  return all;
-}
-
 constexpr int kMostProducts = 2000;
 
 // The histograms of the pixels of a box, one by one, and of its strips.
-void compare(const Forms& form, const EdgeBox& box, Axis axis, const std::vector<uint16_t>& cosine,
+void compare(const StripKernels& form, const EdgeBox& box, Axis axis, const std::vector<uint16_t>& cosine,
              const std::vector<uint16_t>& sine) {
   std::vector<uint16_t> differences(2 * kMostProducts + kSpareBins), sums(differences.size());
   for (int y = 0; y < box.height; ++y)
@@ -83,11 +67,11 @@ TEST(Strips, CountWhatTheirPixelsCount) {
                {"products in no order", 50, 60, 500, -1, -1},
                {"no order of the cross products only", 300, 60, 500, 900, -1}};
   test::Random random(11);
-  for (const auto& form : forms())
+  for (const auto& form : test::vector_forms<StripKernels>())
     for (const auto& c : cases)
       for (const Axis axis : {Axis::kRows, Axis::kColumns}) {
         SCOPED_TRACE(testing::Message()
-                     << form.name << ", " << c.what << ", axis " << static_cast<int>(axis));
+                     << form.bytes << " bytes, " << c.what << ", axis " << static_cast<int>(axis));
         // No room behind the last pixel, so that the sanitizers see a read past the box.
         const int stride = c.width + 3;
         std::vector<uint8_t> map(static_cast<size_t>(stride) * (c.height - 1) + c.width, 9);
@@ -96,7 +80,7 @@ TEST(Strips, CountWhatTheirPixelsCount) {
             map[static_cast<size_t>(y) * stride + x] =
                 static_cast<uint8_t>(random.below(1000) < c.chance ? 1 + random.below(255) : 0);
         const bool rows = axis == Axis::kRows;
-        compare(form, {map.data(), stride, c.width, c.height}, axis,
+        compare(*form.kernels, {map.data(), stride, c.width, c.height}, axis,
                 products(rows ? c.height : c.width, c.cosine, &random),
                 products(rows ? c.width : c.height, c.sine, &random));
       }
@@ -104,10 +88,11 @@ TEST(Strips, CountWhatTheirPixelsCount) {
 
 TEST(Strips, SquaresAddUpOverAnyNumberOfBins) {
   const std::vector<uint16_t> counts(100, 6553);
-  for (const auto& form : forms()) {
-    for (int bins = 0; bins < 100; ++bins) EXPECT_EQ(6553u * 6553u * bins, form.squares(counts.data(), bins));
+  for (const auto& form : test::vector_forms<StripKernels>()) {
+    for (int bins = 0; bins < 100; ++bins)
+      EXPECT_EQ(6553u * 6553u * bins, form.kernels->sum_of_squares(counts.data(), bins));
     const uint16_t largest[] = {0, 65535, 0};
-    EXPECT_EQ(65535u * 65535u, form.squares(largest, 3));
+    EXPECT_EQ(65535u * 65535u, form.kernels->sum_of_squares(largest, 3));
   }
 }
 

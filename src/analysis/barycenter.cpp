@@ -2,33 +2,10 @@
 #include <cstddef>
 
 #include "analysis/row_sums.h"
-#include "core/cpu.h"
 #include "include/skewcorrection/analysis.h"
 
 namespace skew {
 namespace {
-
-int sum_fast(const uint8_t* row, int width, RowSum* sum) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::sum_vectors(row, width, sum);
-#endif
-#if SKEW_SIMD
-  return sum_vectors(row, width, sum);
-#else
-  (void)row, (void)width, (void)sum;
-  return 0;
-#endif
-}
-
-RowSum sum_row(const uint8_t* row, int width) {
-  RowSum sum = {0, 0};
-  for (int x = sum_fast(row, width, &sum); x < width; ++x) {
-    if (row[x] == 0) continue;
-    ++sum.count;
-    sum.columns += static_cast<uint64_t>(x);
-  }
-  return sum;
-}
 
 int32_t rounded_mean(uint64_t sum, uint64_t count) {
   return static_cast<int32_t>(static_cast<double>(sum) / static_cast<double>(count) + 0.5);
@@ -40,7 +17,7 @@ int32_t rounded_mean(uint64_t sum, uint64_t count) {
 void getBarycenter(const uint8_t* pSrc, int width, int height, int32_t* pX, int32_t* pY) {
   uint64_t count = 0, columns = 0, rows = 0;
   for (int y = 0; width > 0 && y < height; ++y) {
-    const skew::RowSum sum = skew::sum_row(pSrc + ptrdiff_t{y} * width, width);
+    const skew::RowSum sum = skew::kernels<skew::RowSums>().sum(pSrc + ptrdiff_t{y} * width, width);
     count += sum.count;
     columns += sum.columns;
     rows += sum.count * static_cast<uint64_t>(y);

@@ -1,11 +1,9 @@
 #include "analysis/row_sums.h"
 
-#if SKEW_SIMD
-
 namespace skew {
-inline namespace SKEW_LANES {
-
 namespace {
+
+#if SKEW_SIMD
 
 constexpr int kBlock = 255;  // vectors: what a byte lane can count
 
@@ -38,19 +36,28 @@ void add_block(const uint8_t* pixels, uint64_t vectors, uint64_t column, RowSum*
   sum->columns += (pixels_in - all) * column + pixels_in * (pixels_in - 1) / 2 - zero_offsets;
 }
 
-}  // namespace
+#endif
 
-int sum_vectors(const uint8_t* row, int width, RowSum* sum) {
+RowSum sum_row(const uint8_t* row, int width) {
+  RowSum sum = {0, 0};
   int x = 0;
+#if SKEW_SIMD
   while (width - x >= kLanes8) {
     const int left = (width - x) / kLanes8, vectors = left < kBlock ? left : kBlock;
-    add_block(row + x, static_cast<uint64_t>(vectors), static_cast<uint64_t>(x), sum);
+    add_block(row + x, static_cast<uint64_t>(vectors), static_cast<uint64_t>(x), &sum);
     x += vectors * kLanes8;
   }
-  return x;
+#endif
+  for (; x < width; ++x) {
+    if (row[x] == 0) continue;
+    ++sum.count;
+    sum.columns += static_cast<uint64_t>(x);
+  }
+  return sum;
 }
 
-}  // namespace SKEW_LANES
-}  // namespace skew
+}  // namespace
 
-#endif  // SKEW_SIMD
+SKEW_FORM(RowSums) = {sum_row};
+
+}  // namespace skew

@@ -1,4 +1,4 @@
-// Vector forms of the conversions, compiled for SSE2 and for AVX2, or for NEON.
+// Vectors from the front, then the plain loops, which also say what is meant.
 //
 // On x86-64 a pixel is handled as the four bytes of one 32-bit lane, and the luma is two products of 16-bit
 // pairs: (first, third) channel and (second channel, fourth byte times zero). NEON takes channels apart while
@@ -7,17 +7,18 @@
 // both times.
 #include "convert/pixel_rows.h"
 
-#if SKEW_SIMD
+#include "convert/luma.h"
 
 namespace skew {
-inline namespace SKEW_LANES {
 namespace {
+
+#if SKEW_SIMD
 
 #if defined(__ARM_NEON)
 
 constexpr int kStep = 16;
 
-uint8x8_t luma(uint8x8_t red, uint8x8_t green, uint8x8_t blue) {
+uint8x8_t lumas(uint8x8_t red, uint8x8_t green, uint8x8_t blue) {
   uint16x8_t rest = vmull_u8(red, vdup_n_u8(50));
   rest = vmlal_u8(rest, green, vdup_n_u8(89));
   rest = vmlal_u8(rest, blue, vdup_n_u8(117));
@@ -25,19 +26,19 @@ uint8x8_t luma(uint8x8_t red, uint8x8_t green, uint8x8_t blue) {
   return vshrn_n_u16(whole, 2);
 }
 
-uint8x16_t luma(uint8x16_t red, uint8x16_t green, uint8x16_t blue) {
-  return vcombine_u8(luma(vget_low_u8(red), vget_low_u8(green), vget_low_u8(blue)),
-                     luma(vget_high_u8(red), vget_high_u8(green), vget_high_u8(blue)));
+uint8x16_t lumas(uint8x16_t red, uint8x16_t green, uint8x16_t blue) {
+  return vcombine_u8(lumas(vget_low_u8(red), vget_low_u8(green), vget_low_u8(blue)),
+                     lumas(vget_high_u8(red), vget_high_u8(green), vget_high_u8(blue)));
 }
 
 void argb_to_gray(const int32_t* argb, uint8_t* gray) {
   const uint8x16x4_t p = vld4q_u8(reinterpret_cast<const uint8_t*>(argb));  // blue, green, red, alpha
-  vst1q_u8(gray, luma(p.val[2], p.val[1], p.val[0]));
+  vst1q_u8(gray, lumas(p.val[2], p.val[1], p.val[0]));
 }
 
 void rgb_to_gray(const uint8_t* rgb, uint8_t* gray) {
   const uint8x16x3_t p = vld3q_u8(rgb);
-  vst1q_u8(gray, luma(p.val[0], p.val[1], p.val[2]));
+  vst1q_u8(gray, lumas(p.val[0], p.val[1], p.val[2]));
 }
 
 void argb_to_rgb(const int32_t* argb, uint8_t* rgb) {
@@ -53,7 +54,7 @@ constexpr int kQuarter = kLanes32;
 
 // For each pixel first * byte 0 + second * byte 1 + third * byte 2, divided by 1024; byte 3 has no effect.
 template <int first, int second, int third>
-inline I32 luma(U32 pixels) {
+inline I32 lumas(U32 pixels) {
 #if defined(SKEW_AVX2_BUILD)
   const __m256i v = (__m256i)pixels;
   const __m256i even = _mm256_and_si256(v, _mm256_set1_epi16(0xFF)), odd = _mm256_srli_epi16(v, 8);
@@ -71,7 +72,7 @@ inline I32 luma(U32 pixels) {
 }
 
 // The low bytes of four vectors of 32-bit lanes in 0 ... 255, in order.
-inline U8 narrow(I32 a, I32 b, I32 c, I32 d) {
+inline U8 narrow_bytes(I32 a, I32 b, I32 c, I32 d) {
 #if defined(SKEW_AVX2_BUILD)
   const __m256i packed = _mm256_packus_epi16(_mm256_packs_epi32((__m256i)a, (__m256i)b),
                                              _mm256_packs_epi32((__m256i)c, (__m256i)d));
@@ -83,8 +84,8 @@ inline U8 narrow(I32 a, I32 b, I32 c, I32 d) {
 }
 
 void argb_to_gray(const int32_t* argb, uint8_t* gray) {
-  const auto quarter = [=](int k) { return luma<117, 601, 306>(load<U32>(argb + k * kQuarter)); };
-  store(gray, narrow(quarter(0), quarter(1), quarter(2), quarter(3)));
+  const auto quarter = [=](int k) { return lumas<117, 601, 306>(load<U32>(argb + k * kQuarter)); };
+  store(gray, narrow_bytes(quarter(0), quarter(1), quarter(2), quarter(3)));
 }
 
 // kLanes32 pixels from packed bytes, byte 3 of each arbitrary. Reads 4 bytes more than it uses.
@@ -103,8 +104,8 @@ inline U32 load_rgb(const uint8_t* rgb) {
 }
 
 void rgb_to_gray(const uint8_t* rgb, uint8_t* gray) {
-  const auto quarter = [=](int k) { return luma<306, 601, 117>(load_rgb(rgb + 3 * k * kQuarter)); };
-  store(gray, narrow(quarter(0), quarter(1), quarter(2), quarter(3)));
+  const auto quarter = [=](int k) { return lumas<306, 601, 117>(load_rgb(rgb + 3 * k * kQuarter)); };
+  store(gray, narrow_bytes(quarter(0), quarter(1), quarter(2), quarter(3)));
 }
 
 // Writes the channels of kLanes32 pixels as packed bytes, and up to 4 arbitrary bytes after them.
@@ -132,30 +133,42 @@ void argb_to_rgb(const int32_t* argb, uint8_t* rgb) {
 
 #endif
 
-// The packed forms touch up to 4 bytes beyond their pixels on x86-64: two pixels, which stay for the caller.
+// On x86-64 steps of packed bytes touch up to 4 bytes beyond their pixels: two pixels, which stay for the plain loop.
 constexpr int kSpare = 2;
+
+#endif  // SKEW_SIMD
+
+void gray_from_argb(const int32_t* argb, int64_t count, uint8_t* gray) {
+  int64_t i = 0;
+#if SKEW_SIMD
+  for (; i + kStep <= count; i += kStep) argb_to_gray(argb + i, gray + i);
+#endif
+  for (; i < count; ++i) gray[i] = static_cast<uint8_t>(luma_of_argb(static_cast<uint32_t>(argb[i])));
+}
+
+void gray_from_rgb(const uint8_t* rgb, int64_t count, uint8_t* gray) {
+  int64_t i = 0;
+#if SKEW_SIMD
+  for (; i + kStep + kSpare <= count; i += kStep) rgb_to_gray(rgb + 3 * i, gray + i);
+#endif
+  for (; i < count; ++i) gray[i] = static_cast<uint8_t>(luma(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]));
+}
+
+void rgb_from_argb(const int32_t* argb, int64_t count, uint8_t* rgb) {
+  int64_t i = 0;
+#if SKEW_SIMD
+  for (; i + kStep + kSpare <= count; i += kStep) argb_to_rgb(argb + i, rgb + 3 * i);
+#endif
+  for (; i < count; ++i) {
+    const uint32_t pixel = static_cast<uint32_t>(argb[i]);
+    rgb[3 * i] = static_cast<uint8_t>(pixel >> 16);
+    rgb[3 * i + 1] = static_cast<uint8_t>(pixel >> 8);
+    rgb[3 * i + 2] = static_cast<uint8_t>(pixel);
+  }
+}
 
 }  // namespace
 
-int64_t gray_from_argb_vectors(const int32_t* argb, int64_t count, uint8_t* gray) {
-  int64_t i = 0;
-  for (; i + kStep <= count; i += kStep) argb_to_gray(argb + i, gray + i);
-  return i;
-}
+SKEW_FORM(PixelRows) = {gray_from_argb, gray_from_rgb, rgb_from_argb};
 
-int64_t gray_from_rgb_vectors(const uint8_t* rgb, int64_t count, uint8_t* gray) {
-  int64_t i = 0;
-  for (; i + kStep + kSpare <= count; i += kStep) rgb_to_gray(rgb + 3 * i, gray + i);
-  return i;
-}
-
-int64_t rgb_from_argb_vectors(const int32_t* argb, int64_t count, uint8_t* rgb) {
-  int64_t i = 0;
-  for (; i + kStep + kSpare <= count; i += kStep) argb_to_rgb(argb + i, rgb + 3 * i);
-  return i;
-}
-
-}  // namespace SKEW_LANES
 }  // namespace skew
-
-#endif  // SKEW_SIMD

@@ -7,22 +7,24 @@
 // Comparisons give all ones or all zeros in each lane.
 //
 // Everything lives in an inline namespace named after the width, so that a function compiled for AVX2 never
-// stands in for one that must run everywhere. A kernel source that is compiled for more widths puts its own functions
-// into inline namespace SKEW_LANES too; its caller declares all and asks vector_bytes() (core/cpu.h) once per
-// call. With SKEW_NO_SIMD every fast form is left out and only the plain forms remain.
+// stands in for one that must run everywhere. How a source is compiled for several widths and how a caller comes by
+// the right one is core/forms.h. With SKEW_NO_SIMD every vector form is left out and only the plain forms remain; so
+// they are in the plain build of the kernels that the tests compare with.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#if !defined(SKEW_NO_SIMD) && (defined(__SSE2__) || defined(__ARM_NEON))
+#if !defined(SKEW_NO_SIMD) && !defined(SKEW_PLAIN_BUILD) && (defined(__SSE2__) || defined(__ARM_NEON))
 #define SKEW_SIMD 1
 #else
 #define SKEW_SIMD 0
 #endif
 
-#if defined(SKEW_AVX512_BUILD)
+#if defined(SKEW_PLAIN_BUILD)
+#define SKEW_LANES plain
+#elif defined(SKEW_AVX512_BUILD)
 #define SKEW_LANES lanes64
 #elif defined(SKEW_AVX2_BUILD)
 #define SKEW_LANES lanes32

@@ -1,9 +1,14 @@
 #include "enhance/filter_rows.h"
 
+namespace skew {
+namespace {
+
+constexpr int kLeastSum = 500;  // of the neighbours of a gap
+constexpr int kLargestSum = 1274;
+
 #if SKEW_SIMD
 
-namespace skew {
-inline namespace SKEW_LANES {
+// The vector forms return where they stopped.
 
 int smooth_vectors(const SmoothStep& step, int begin, int end) {
   int x = begin;
@@ -17,8 +22,6 @@ int smooth_vectors(const SmoothStep& step, int begin, int end) {
   return x;
 }
 
-namespace {
-
 // Where the sum of the eight neighbours is in range; sums of pixels that are foreground themselves do not
 // matter.
 U8 sums_in_range(const RowNeighbourhood& rows, int x) {
@@ -29,11 +32,9 @@ U8 sums_in_range(const RowNeighbourhood& rows, int x) {
     first += pixel.first;
     second += pixel.second;
   }
-  const auto in_range = [](U16 sum) { return (U16)((sum >= 500) & (sum <= 1274)) & 255; };
+  const auto in_range = [](U16 sum) { return (U16)((sum >= kLeastSum) & (sum <= kLargestSum)) & 255; };
   return narrow(in_range(first), in_range(second));
 }
-
-}  // namespace
 
 // A pixel between foreground is rare: the sums are formed only where there is one.
 int close_gaps_vectors(const RowNeighbourhood& rows, int begin, int end, uint8_t* out) {
@@ -54,8 +55,6 @@ int close_gaps_vectors(const RowNeighbourhood& rows, int begin, int end, uint8_t
   return x;
 }
 
-namespace {
-
 constexpr int kBlock = 255;  // vectors: what a byte lane can count
 
 void count_block(const uint8_t* pixels, int vectors, const LevelSet& levels, LevelCounts* counts) {
@@ -73,8 +72,6 @@ void count_block(const uint8_t* pixels, int vectors, const LevelSet& levels, Lev
     counts->up_to[i] += vectors * kLanes8 - sum;
   }
 }
-
-}  // namespace
 
 int count_up_to_vectors(const uint8_t* row, int begin, int end, const LevelSet& levels, LevelCounts* counts) {
   int x = begin;
@@ -103,7 +100,58 @@ int map_levels_vectors(const LevelMap& map, uint8_t* row, int begin, int end) {
   return x;
 }
 
-}  // namespace SKEW_LANES
-}  // namespace skew
+#else
 
-#endif  // SKEW_SIMD
+int smooth_vectors(const SmoothStep&, int begin, int) { return begin; }
+int close_gaps_vectors(const RowNeighbourhood&, int begin, int, uint8_t*) { return begin; }
+int count_up_to_vectors(const uint8_t*, int begin, int, const LevelSet&, LevelCounts*) { return begin; }
+int map_levels_vectors(const LevelMap&, uint8_t*, int begin, int) { return begin; }
+
+#endif
+
+void smooth(const SmoothStep& step, int begin, int end) {
+  for (int x = smooth_vectors(step, begin, end); x < end; ++x) {
+    const int sum = sum_of_three(step.below + x);
+    step.out[x] = static_cast<uint8_t>((step.upper[x] + sum) >> 4);
+    step.upper[x] = static_cast<uint16_t>(step.own[x] + 2 * sum);
+    step.own[x] = static_cast<uint16_t>(sum);
+  }
+}
+
+bool bridges(const RowNeighbourhood& rows, int x) {
+  const uint8_t *a = rows.above + x, *o = rows.own + x, *b = rows.below + x;
+  if (o[0] != 0) return false;
+  const int sum = a[-1] + a[0] + a[1] + o[-1] + o[1] + b[-1] + b[0] + b[1];
+  if (sum < kLeastSum || sum > kLargestSum) return false;
+  if ((o[-1] | o[1]) == 0) return (a[-1] | a[0] | a[1]) != 0 && (b[-1] | b[0] | b[1]) != 0;
+  return (a[0] | b[0]) == 0 && (a[-1] | o[-1] | b[-1]) != 0 && (a[1] | o[1] | b[1]) != 0;
+}
+
+void close_gaps(const RowNeighbourhood& rows, int begin, int end, uint8_t* out) {
+  for (int x = close_gaps_vectors(rows, begin, end, out); x < end; ++x)
+    if (bridges(rows, x)) out[x] = 255;
+}
+
+void count_up_to(const uint8_t* row, int begin, int end, const LevelSet& levels, LevelCounts* counts) {
+  for (int x = count_up_to_vectors(row, begin, end, levels, counts); x < end; ++x)
+    for (int i = 0; i < kLevelsCounted; ++i) counts->up_to[i] += row[x] <= levels.level[i] ? 1 : 0;
+}
+
+uint8_t mapped(const LevelMap& map, int level) {
+  const int below = level < map.low ? level : map.low, above = level > map.high ? level - map.high : 0;
+  const int band = level - below - above;
+  const uint32_t sum =
+      (static_cast<uint32_t>(below * map.below) >> 16) + static_cast<uint32_t>(band * map.band_whole) +
+      (static_cast<uint32_t>(band * map.band) >> 16) + (static_cast<uint32_t>(above * map.above) >> 16);
+  return static_cast<uint8_t>(sum);
+}
+
+void map_levels(const LevelMap& map, uint8_t* row, int begin, int end) {
+  for (int x = map_levels_vectors(map, row, begin, end); x < end; ++x) row[x] = mapped(map, row[x]);
+}
+
+}  // namespace
+
+SKEW_FORM(FilterRows) = {smooth, close_gaps, count_up_to, map_levels};
+
+}  // namespace skew

@@ -1,9 +1,7 @@
-// Vector forms of one row of each filter. Each works on whole vectors of the pixels `begin` to `end` and
-// returns where it stopped; the caller's plain loop does the rest. Nothing outside the pixels and their
-// neighbours is touched.
+// One row of each filter, pixels `begin` to `end`. Nothing outside these and their neighbours is touched.
 #pragma once
 
-#include "core/simd.h"
+#include "core/forms.h"
 
 namespace skew {
 
@@ -39,28 +37,17 @@ struct LevelCounts {
   int64_t up_to[kLevelsCounted];
 };
 
+struct FilterRows {
+  void (*smooth)(const SmoothStep& step, int begin, int end);
+  // Where a pixel bridges a gap, it becomes 255 in `out`, which holds the own row.
+  void (*close_gaps)(const RowNeighbourhood& rows, int begin, int end, uint8_t* out);
+  // Adds to the counts.
+  void (*count_up_to)(const uint8_t* row, int begin, int end, const LevelSet& levels, LevelCounts* counts);
+  void (*map_levels)(const LevelMap& map, uint8_t* row, int begin, int end);
+};
+SKEW_DECLARE_FORMS(FilterRows)
+
+// The sum of a pixel and its neighbours in the row, 1 2 1.
+static inline int sum_of_three(const uint8_t* p) { return p[-1] + 2 * p[0] + p[1]; }
+
 }  // namespace skew
-
-#if SKEW_SIMD
-
-#define SKEW_DECLARE_FILTER_ROWS                                                          \
-  int smooth_vectors(const SmoothStep& step, int begin, int end);                         \
-  int count_up_to_vectors(const uint8_t* row, int begin, int end, const LevelSet& levels, \
-                          LevelCounts* counts);                                           \
-  int close_gaps_vectors(const RowNeighbourhood& rows, int begin, int end, uint8_t* out); \
-  int map_levels_vectors(const LevelMap& map, uint8_t* row, int begin, int end);
-
-namespace skew {
-inline namespace SKEW_LANES {
-SKEW_DECLARE_FILTER_ROWS
-}
-#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
-namespace lanes32 {
-SKEW_DECLARE_FILTER_ROWS
-}
-#endif
-}  // namespace skew
-
-#undef SKEW_DECLARE_FILTER_ROWS
-
-#endif

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstring>
 
-#include "core/cpu.h"
 #include "enhance/filter_rows.h"
 #include "include/skewcorrection/enhance.h"
 
@@ -53,18 +52,6 @@ Band find_band(const Histogram& histogram, int64_t threshold) {
   return band;
 }
 
-int map_fast(const LevelMap& map, uint8_t* row, int end) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::map_levels_vectors(map, row, 0, end);
-#endif
-#if SKEW_SIMD
-  return map_levels_vectors(map, row, 0, end);
-#else
-  (void)map, (void)row, (void)end;
-  return 0;
-#endif
-}
-
 // The rows and columns that are looked at and changed.
 struct Region {
   uint8_t* pixels;
@@ -83,21 +70,10 @@ Band count_band(const Region& region, int row_step, int64_t threshold) {
 
 constexpr int kSampleStep = 16;  // rows
 
-int count_fast(const uint8_t* row, int end, const LevelSet& levels, LevelCounts* counts) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::count_up_to_vectors(row, 0, end, levels, counts);
-#endif
-  return count_up_to_vectors(row, 0, end, levels, counts);
-}
-
 LevelCounts count_up_to(const Region& region, const LevelSet& levels) {
   LevelCounts counts = {};
-  for (int y = 0; y < region.height; ++y) {
-    const uint8_t* row = region.row(y);
-    int x = count_fast(row, region.width, levels, &counts);
-    for (; x < region.width; ++x)
-      for (int i = 0; i < kLevelsCounted; ++i) counts.up_to[i] += row[x] <= levels.level[i] ? 1 : 0;
-  }
+  const FilterRows& filter = kernels<FilterRows>();
+  for (int y = 0; y < region.height; ++y) filter.count_up_to(region.row(y), 0, region.width, levels, &counts);
   return counts;
 }
 
@@ -148,13 +124,7 @@ struct Stretch {
     to.high = band.high <= 254 - kWidening ? band.high + kWidening : 255;
   }
 
-  int map(int level) const {
-    if (level < from.low) return level * to.low / from.low;
-    if (level < from.high) return to.low + (level - from.low) * (to.high - to.low) / (from.high - from.low);
-    return level == 255 ? 255 : to.high + (level - from.high) * (255 - to.high) / (255 - from.high);
-  }
-
-  LevelMap vector_form() const {
+  LevelMap map() const {
     const uint32_t band = factor(to.high - to.low, from.high - from.low);
     return {static_cast<uint8_t>(from.low),
             static_cast<uint8_t>(from.high),
@@ -174,13 +144,9 @@ struct Stretch {
 };
 
 void apply(const Stretch& stretch, const Region& region) {
-  uint8_t table[kLevels];
-  for (int v = 0; v < kLevels; ++v) table[v] = static_cast<uint8_t>(stretch.map(v));
-  const LevelMap map = stretch.vector_form();
-  for (int y = 0; y < region.height; ++y) {
-    uint8_t* row = region.row(y);
-    for (int x = map_fast(map, row, region.width); x < region.width; ++x) row[x] = table[row[x]];
-  }
+  const LevelMap map = stretch.map();
+  const FilterRows& filter = kernels<FilterRows>();
+  for (int y = 0; y < region.height; ++y) filter.map_levels(map, region.row(y), 0, region.width);
 }
 
 }  // namespace

@@ -4,20 +4,12 @@
 
 #include <cmath>
 
-#include "core/cpu.h"
 #include "page/kernels.h"
 
 namespace skew {
 namespace {
 
 constexpr int64_t kOne = 65536;  // a step of one source pixel
-
-void add_source_row(const uint8_t* pixels, int width, int weight, uint16_t* sums) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::add_row(pixels, width, weight, sums);
-#endif
-  lanes16::add_row(pixels, width, weight, sums);
-}
 
 int64_t position(int64_t index, int64_t step) { return (index * step) >> 8; }  // 1/256 source pixel
 
@@ -29,7 +21,8 @@ void add_rows(const uint8_t* pixels, int width, ptrdiff_t stride, int64_t from, 
   for (int64_t at = from; at < to;) {
     const int64_t row_end = (at | 255) + 1, next = row_end < to ? row_end : to;
     const int64_t weight = left * (next - at) / (to - at);
-    add_source_row(pixels + static_cast<ptrdiff_t>(at >> 8) * stride, width, static_cast<int>(weight), sums);
+    kernels<PageKernels>().add_row(pixels + static_cast<ptrdiff_t>(at >> 8) * stride, width,
+                                   static_cast<int>(weight), sums);
     left -= weight;
     at = next;
   }

@@ -1,7 +1,7 @@
 #include "page/kernels.h"
 
 namespace skew {
-inline namespace SKEW_LANES {
+namespace {
 
 void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums) {
   for (int x = 0; x < width; ++x) sums[x] = static_cast<uint16_t>(sums[x] + weight * pixels[x]);
@@ -25,5 +25,8 @@ uint64_t squared_differences(const uint16_t* counts, int length) {
   return sum;
 }
 
-}  // namespace SKEW_LANES
+}  // namespace
+
+SKEW_FORM(PageKernels) = {add_row, sum_rows, squared_differences};
+
 }  // namespace skew

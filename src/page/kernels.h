@@ -1,11 +1,10 @@
-// The inner loops of the page measurement. Each is compiled for the plain vector registers and on x86-64 once
-// more for AVX2; page/area_average.cpp and page/profile.cpp pick a form.
+// The inner loops of the page measurement, which the compiler puts into vectors by itself.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "core/simd.h"
+#include "core/forms.h"
 
 namespace skew {
 
@@ -15,21 +14,15 @@ struct ShiftedRows {
   int count;
 };
 
-inline namespace SKEW_LANES {
-// sums[x] += weight * pixels[x]. The weights that meet in one sum add up to 256, so that 16 bits hold it.
-void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums);
-// profile[i] = the sum of rows[r][i] over all rows, which 16 bits hold.
-void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);
-// Each count spread over four bins, differenced over four bins and squared: the sum over i of
-// (c[i+4] + ... + c[i+7] - c[i] - ... - c[i+3])^2 for all i with i + 7 < length.
-uint64_t squared_differences(const uint16_t* counts, int length);
-}  // namespace SKEW_LANES
-#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
-namespace lanes32 {
-void add_row(const uint8_t* pixels, int width, int weight, uint16_t* sums);
-void sum_rows(const ShiftedRows& shifted, int length, uint16_t* profile);
-uint64_t squared_differences(const uint16_t* counts, int length);
-}  // namespace lanes32
-#endif
+struct PageKernels {
+  // sums[x] += weight * pixels[x]. The weights that meet in one sum add up to 256, so that 16 bits hold it.
+  void (*add_row)(const uint8_t* pixels, int width, int weight, uint16_t* sums);
+  // profile[i] = the sum of rows[r][i] over all rows, which 16 bits hold.
+  void (*sum_rows)(const ShiftedRows& shifted, int length, uint16_t* profile);
+  // Each count spread over four bins, differenced over four bins and squared: the sum over i of
+  // (c[i+4] + ... + c[i+7] - c[i] - ... - c[i+3])^2 for all i with i + 7 < length.
+  uint64_t (*squared_differences)(const uint16_t* counts, int length);
+};
+SKEW_DECLARE_FORMS(PageKernels)
 
 }  // namespace skew

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "core/cpu.h"
 #include "include/skewcorrection/tables.h"
 #include "page/kernels.h"
 
@@ -11,20 +10,6 @@ namespace {
 
 constexpr int kStripWidth = 16;  // pixels
 constexpr int kBinsPerPixel = 4;
-
-void sum_strips(const ShiftedRows& shifted, int length, uint16_t* profile) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::sum_rows(shifted, length, profile);
-#endif
-  lanes16::sum_rows(shifted, length, profile);
-}
-
-uint64_t squared_steps(const uint16_t* counts, int length) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::squared_differences(counts, length);
-#endif
-  return lanes16::squared_differences(counts, length);
-}
 
 struct Gradient {
   int x, y;
@@ -107,10 +92,11 @@ double ProfileStrips::sharpness(int slope) const {
     starts_[s] = &counts_[s * bins_ + margin_ + shift];
   }
   const int length = bins_ - 2 * margin_;
-  sum_strips({starts_.get(), strips_}, length, profile_.get());
+  kernels<PageKernels>().sum_rows({starts_.get(), strips_}, length, profile_.get());
   // At random the two sums of four bins differ by twice the mean of such a sum, squared; over all bins that
   // is eight times the points.
-  return static_cast<double>(squared_steps(profile_.get(), length)) / (8.0 * points_);
+  return static_cast<double>(kernels<PageKernels>().squared_differences(profile_.get(), length)) /
+         (8.0 * points_);
 }
 
 bool Profiles::prepare(int width, int height) {

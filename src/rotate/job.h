@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/forms.h"
 #include "rotate/geometry.h"
 
 namespace skew {
@@ -25,11 +26,14 @@ struct RotationJob {
   uint32_t fill;  // the pixel in its own format, the first byte lowest
 };
 
-// Writes the destination columns of the band, which must lie within the destination. The images may not
-// overlap.
-void run_rotation(const RotationJob& job, Columns band);
+struct RotationKernels {
+  // Writes the destination columns of the band, which must lie within the destination. The images may not overlap.
+  void (*rotate)(const RotationJob& job, Columns band);
+};
+SKEW_DECLARE_FORMS_TO_64(RotationKernels)
 
-// The same for all columns.
-void run_rotation(const RotationJob& job);
+// The same with the form for this processor.
+void run_rotation(const RotationJob& job, Columns band);
+void run_rotation(const RotationJob& job);  // all columns
 
 }  // namespace skew

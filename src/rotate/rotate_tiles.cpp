@@ -9,7 +9,6 @@
 #include "rotate/job.h"
 
 namespace skew {
-inline namespace SKEW_LANES {
 namespace {
 
 #if !SKEW_SIMD
@@ -294,8 +293,6 @@ void write_tiles(const RotationJob& job, const Pixel& pixel, Columns band) {
   }
 }
 
-}  // namespace
-
 void rotate_tiles(const RotationJob& job, Columns band) {
   switch (job.format) {
     case PixelFormat::kGray:
@@ -309,5 +306,8 @@ void rotate_tiles(const RotationJob& job, Columns band) {
   }
 }
 
-}  // namespace SKEW_LANES
+}  // namespace
+
+SKEW_FORM(RotationKernels) = {rotate_tiles};
+
 }  // namespace skew

@@ -2,7 +2,6 @@
 #include "skew/edge_map.h"
 
 #include "core/buffer.h"
-#include "core/cpu.h"
 #include "core/raster.h"
 #include "include/skewcorrection/skew.h"
 
@@ -11,13 +10,6 @@ namespace {
 
 constexpr int kFailed = -1;
 constexpr int kLeastMaximum = 128;  // the strongest gradient counts as at least this
-
-int mark(const GradientPass& pass) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::mark_candidates(pass);
-#endif
-  return mark_candidates(pass);
-}
 
 int limited(int64_t threshold) {
   if (threshold < 0) return 0;
@@ -33,11 +25,12 @@ int64_t capped(int high, int strongest, int percent) {
 // The cap hardly ever applies, so the pass runs with the high threshold as it is, and again if it has to be
 // lower.
 void mark_with_cap(GradientPass& pass, int high, int percent) {
+  const EdgeKernels& kernel = kernels<EdgeKernels>();
   pass.high = limited(high);
-  const int used = limited(capped(high, mark(pass), percent));
+  const int used = limited(capped(high, kernel.mark_candidates(pass), percent));
   if (used == pass.high) return;
   pass.high = used;
-  mark(pass);
+  kernel.mark_candidates(pass);
 }
 
 // The border columns repeat the ones beside them.

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/simd.h"
+#include "core/forms.h"
 
 namespace skew {
 
@@ -20,8 +20,7 @@ struct EdgeBits {
   ptrdiff_t words;       // of a row
 };
 
-// What one pass over the raster works on. This header holds no functions of its own: sources that are
-// compiled for more than one processor include it.
+// What one pass over the raster works on.
 struct GradientPass {
   const uint8_t* source;
   ptrdiff_t stride;
@@ -35,16 +34,12 @@ struct GradientPass {
 constexpr int kWorkMargin = 16;
 constexpr int kWorkRows = 5;  // three of magnitudes, two of sectors
 
-// Marks the local maxima of the gradient above the low threshold as candidates, and those above the high
-// threshold as edges too. Returns the largest magnitude that is not below the low threshold, or 0.
-inline namespace SKEW_LANES {
-int mark_candidates(const GradientPass& pass);
-}
-#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
-namespace lanes32 {
-int mark_candidates(const GradientPass& pass);
-}
-#endif
+struct EdgeKernels {
+  // Marks the local maxima of the gradient above the low threshold as candidates, and those above the high threshold
+  // as edges too. Returns the largest magnitude that is not below the low threshold, or 0.
+  int (*mark_candidates)(const GradientPass& pass);
+};
+SKEW_DECLARE_FORMS(EdgeKernels)
 
 // Makes edges of all candidates that are connected to an edge over eight neighbours. `links` holds a zero for
 // each word of the `height` rows; there are fewer than 2^32 - 1.

@@ -3,7 +3,6 @@
 #include "skew/edge_map.h"
 
 namespace skew {
-inline namespace SKEW_LANES {
 namespace {
 
 // Which neighbours a pixel is compared with.
@@ -187,8 +186,6 @@ inline WordBits suppressed_word(const SuppressionRows& rows, int x, int low, int
 
 #endif
 
-}  // namespace
-
 int mark_candidates(const GradientPass& pass) {
   const ptrdiff_t words = pass.bits.words;
   const auto magnitudes = [&](int y) { return pass.work + y % 3 * pass.work_row + kWorkMargin; };
@@ -215,5 +212,8 @@ int mark_candidates(const GradientPass& pass) {
   return largest.value();
 }
 
-}  // namespace SKEW_LANES
+}  // namespace
+
+SKEW_FORM(EdgeKernels) = {mark_candidates};
+
 }  // namespace skew

@@ -1,7 +1,6 @@
 // Projection histograms and their score.
 #include "skew/projection.h"
 
-#include "core/cpu.h"
 #include "include/skewcorrection/skew.h"
 
 namespace skew {
@@ -45,27 +44,6 @@ Buffer<uint8_t> allocate_strips(int main_length, int cross_length) {
   return allocate<uint8_t>(padded, static_cast<uint64_t>(cross_length) + 1);
 }
 
-void fill(const EdgeBox& box, Axis axis, const Strips& strips) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::fill_strips(box, axis, strips);
-#endif
-  fill_strips(box, axis, strips);
-}
-
-void project(const Strips& strips, const AngleProducts& turn, uint16_t* differences, uint16_t* sums) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::project_strips(strips, turn, differences, sums);
-#endif
-  project_strips(strips, turn, differences, sums);
-}
-
-uint32_t small_squares(const uint16_t* counts, int bins) {
-#if defined(SKEW_WIDER_FORMS)
-  if (vector_bytes() >= 32) return lanes32::sum_of_small_squares(counts, bins);
-#endif
-  return sum_of_small_squares(counts, bins);
-}
-
 #endif
 
 }  // namespace
@@ -98,7 +76,7 @@ bool Projector::prepare(const EdgeBox& box, const EdgePoints& points, Axis axis,
   if (!points.list) {
     strips_ = allocate_strips(main_length_, cross_length_);
     if (!strips_) return false;
-    fill(box, axis, {strips_.get(), main_length_, cross_length_});
+    kernels<StripKernels>().fill(box, axis, {strips_.get(), main_length_, cross_length_});
   }
 #endif
   return true;
@@ -106,7 +84,9 @@ bool Projector::prepare(const EdgeBox& box, const EdgePoints& points, Axis axis,
 
 void Projector::count(const AngleProducts& turn, uint16_t* differences, uint16_t* sums) const {
 #if SKEW_SIMD
-  if (strips_) return project({strips_.get(), main_length_, cross_length_}, turn, differences, sums);
+  if (strips_)
+    return kernels<StripKernels>().project({strips_.get(), main_length_, cross_length_}, turn, differences,
+                                           sums);
 #endif
   if (axis_ == Axis::kRows)
     count_list<Axis::kRows>(*points_, turn, differences, sums);
@@ -116,7 +96,7 @@ void Projector::count(const AngleProducts& turn, uint16_t* differences, uint16_t
 
 double Projector::score_bins(const Buffer<uint16_t>& bins, int count) const {
 #if SKEW_SIMD
-  if (points_->count <= 0xFFFF) return small_squares(bins.get(), count);
+  if (points_->count <= 0xFFFF) return kernels<StripKernels>().sum_of_squares(bins.get(), count);
 #endif
   return sum_of_squares(bins.get(), count);
 }

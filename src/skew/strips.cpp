@@ -1,10 +1,9 @@
-// See strips.h. Compiled for 16 and for 32 byte vectors; a strip is as wide as a vector.
+// See strips.h. A strip is as wide as a vector. Without vectors there are no strips.
 #include "skew/strips.h"
 
 #if SKEW_SIMD
 
 namespace skew {
-inline namespace SKEW_LANES {
 namespace {
 
 constexpr int kStrip = kVectorBytes;
@@ -196,8 +195,6 @@ void add_strip(RunCounts& counts, const Runs& runs, const uint16_t* cosine, int 
   }
 }
 
-}  // namespace
-
 void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips) {
   uint8_t* counts = strips.counts;
   for (int main = 0; main < strips.main_length; main += kStrip) {
@@ -231,7 +228,10 @@ uint32_t sum_of_small_squares(const uint16_t* counts, int bins) {
   return sum;
 }
 
-}  // namespace SKEW_LANES
+}  // namespace
+
+SKEW_FORM(StripKernels) = {fill_strips, project_strips, sum_of_small_squares};
+
 }  // namespace skew
 
 #endif

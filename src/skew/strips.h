@@ -7,7 +7,7 @@
 // histogram at the place that the product with the cosine gives.
 #pragma once
 
-#include "core/simd.h"
+#include "core/forms.h"
 #include "skew/edge_box.h"
 
 namespace skew {
@@ -24,27 +24,16 @@ constexpr int kSpareBins = 64;  // a projection may touch, but does not change, 
 
 #if SKEW_SIMD
 
-// fill_strips           counts the points of the box, whose sides are those of the strips
-// project_strips        adds every point to differences[sine - cosine] and to sums[sine + cosine]; either may
-// be
-//                       null. Any products will do, but only small steps from one to the next are fast.
-// sum_of_small_squares  for counts whose squares add up to less than 2^32
-#define SKEW_DECLARE_STRIPS                                                                   \
-  void fill_strips(const EdgeBox& box, Axis axis, const Strips& strips);                      \
-  void project_strips(const Strips& strips, const AngleProducts& turn, uint16_t* differences, \
-                      uint16_t* sums);                                                        \
-  uint32_t sum_of_small_squares(const uint16_t* counts, int bins);
-
-inline namespace SKEW_LANES {
-SKEW_DECLARE_STRIPS
-}
-#if defined(SKEW_WIDER_FORMS) && !defined(SKEW_AVX2_BUILD)
-namespace lanes32 {
-SKEW_DECLARE_STRIPS
-}
-#endif
-
-#undef SKEW_DECLARE_STRIPS
+struct StripKernels {
+  // Counts the points of the box, whose sides are those of the strips.
+  void (*fill)(const EdgeBox& box, Axis axis, const Strips& strips);
+  // Adds every point to differences[sine - cosine] and to sums[sine + cosine]; either may be null. Any products will
+  // do, but only small steps from one to the next are fast.
+  void (*project)(const Strips& strips, const AngleProducts& turn, uint16_t* differences, uint16_t* sums);
+  // For counts whose squares add up to less than 2^32.
+  uint32_t (*sum_of_squares)(const uint16_t* counts, int bins);
+};
+SKEW_DECLARE_FORMS(StripKernels)
 
 #endif
 
