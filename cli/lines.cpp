@@ -44,7 +44,8 @@ std::string in_words(const Measurement& m) {
   else if (m.verdict == Verdict::kUnchecked)
     std::snprintf(text, sizeof text, "%.2f degrees", rounded(m.angle, 100));
   else
-    std::snprintf(text, sizeof text, "%.2f degrees, %s", rounded(m.angle, 100), verdict_word(m.verdict));
+    std::snprintf(text, sizeof text, "%.2f degrees, %s%s%s", rounded(m.angle, 100), verdict_word(m.verdict),
+                  *reason_word(m) ? ": " : "", reason_word(m));
   return text;
 }
 
@@ -54,6 +55,11 @@ std::string text_line(const PageResult& result, const Options& options) {
   if (result.action != Action::kMeasured) {
     if (result.measured) line += "; ";
     line += action_word(result.action, writes_nothing(options));
+    if (result.by_paper && result.action == Action::kStraightened) {
+      char text[80];
+      std::snprintf(text, sizeof text, " by the paper's edge, %.2f degrees", rounded(result.turned, 100));
+      line += text;
+    }
     if (!result.why.empty()) line += " (" + result.why + ")";
     if (!result.output.empty()) line += ", " + result.output;
   }
@@ -75,12 +81,18 @@ std::string json_line(const PageResult& result, const Options& options) {
     json["angle"] = rounded(m.angle, 1000);
     json["verdict"] = verdict_word(m.verdict);
     if (m.verdict != Verdict::kUnchecked) {
-      json["windows"] = m.windows;
-      json["agreeing"] = m.agreeing;
-      json["spread"] = rounded(m.spread, 1000);
+      json["windows"] = m.found.windowsMeasured;
+      json["agreeing"] = m.found.windowsAgreeing;
+      json["spread"] = rounded(m.found.spread, 1000);
+      json["confidence"] = rounded(m.found.confidence, 1000);
+      if (*reason_word(m)) json["reason"] = reason_word(m);
+      json["basis"] = basis_word(m);
+      json["range"] = {rounded(m.found.lowestAngle, 1000), rounded(m.found.highestAngle, 1000)};
+      if (m.found.paperFound) json["paper"] = rounded(m.found.paperAngle, 1000);
     }
   }
   json["action"] = action_word(result.action, writes_nothing(options));
+  if (result.action == Action::kStraightened) json["turned"] = rounded(result.turned, 1000);
   if (result.action == Action::kFailed)
     json["error"] = result.why;
   else if (!result.why.empty())

@@ -18,6 +18,8 @@ struct PageResult {
   int width = 0, height = 0;  // pixels, upright
   double dpi = 0.0;           // 0 if the file does not tell
   Measurement measurement;
+  double turned = 0.0;    // straightened: by how much, degrees
+  bool by_paper = false;  // the paper's edge decided
   Action action = Action::kFailed;
   std::string why;     // left alone, skipped or failed: the reason
   std::string output;  // the file written

@@ -5,9 +5,11 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <thread>
 
 #include "cli/run.h"
+#include "files/image_write.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ constexpr const char* kExitCodes =
 
 // Parsed as text, since they need checks of their own.
 struct Words {
-  std::string background = "auto", canvas = "keep";
+  std::string background = "auto", canvas = "keep", align = "auto";
 };
 
 bool parse_colour(const std::string& text, tool::Background& background) {
@@ -85,10 +87,11 @@ void add_output(CLI::App* command, Options& o) {
       ->option_text("FOLDER");
   command->add_flag("--in-place", o.target.in_place, "Replace the sources themselves");
   command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
+  command->add_flag("--keep-time", o.keep_time, "Give results the time of their sources");
   command->add_flag("--resume", o.resume, "Skip pages whose result exists");
   command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
   command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
-      ->check(CLI::IsMember({"jpg", "png", "tif", "webp", "ppm"}))
+      ->check(CLI::IsMember({"jpg", "jpeg", "png", "tif", "tiff", "webp", "ppm"}))
       ->option_text("FORMAT");
   command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
       ->check(CLI::Range(1, 100))
@@ -107,7 +110,14 @@ void add_turning(CLI::App* command, Words& words) {
       ->option_text("MODE");
 }
 
-void add_limits(CLI::App* command, Options& o) {
+void add_limits(CLI::App* command, Options& o, Words& words) {
+  command
+      ->add_option(
+          "--align", words.align,
+          "Straighten by the text, by the paper's edge, or (auto, default) by the text where it is trusted "
+          "and else by the edge")
+      ->check(CLI::IsMember({"text", "paper", "auto"}))
+      ->option_text("WHAT");
   command->add_flag("--force", o.force, "Straighten also where the angle is not trusted");
   command->add_option("--min-angle", o.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
       ->check(CLI::Range(0.0, 45.0))
@@ -117,26 +127,68 @@ void add_limits(CLI::App* command, Options& o) {
       ->option_text("DEGREES");
 }
 
+bool is_folder(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(path, ignored);
+}
+
+// IN OUT, where that is what two names without a target can only mean. Returns what is wrong, or an empty text.
+std::string settle_pair(Options& o) {
+  const std::string in = o.inputs[0], out = o.inputs[1];
+  std::error_code ignored;
+  if (is_folder(in)) return in + " is a folder: name the folder for its results with --output-dir";
+  if (is_folder(out)) return out + " is a folder: if it is for the result, say --output-dir " + out;
+  if (std::filesystem::is_regular_file(in, ignored) && std::filesystem::is_regular_file(out, ignored))
+    return out + " exists: if it is to be replaced by the result, say -o " + out +
+           " --overwrite; if it is a second page, name a folder with --output-dir";
+  o.target.file = out;
+  o.inputs.pop_back();
+  return "";
+}
+
+// Where results go. Returns what is wrong, or an empty text.
+std::string settle_target(Options& o) {
+  files::Target& target = o.target;
+  if (!target.file.empty() + !target.folder.empty() + target.in_place > 1)
+    return "give one of --output, --output-dir and --in-place";
+  if (!target.given() && o.inputs.size() == 2) {
+    const std::string wrong = settle_pair(o);
+    if (!wrong.empty()) return wrong;
+  }
+  if (!target.given() && !o.dry_run) return "where to? Give IN OUT, or --output, --output-dir or --in-place";
+  if (!target.file.empty() && (o.inputs.size() > 1 || is_folder(o.inputs[0])))
+    return "--output takes a single file; use --output-dir";
+  if (is_folder(target.file)) return target.file + " is a folder; use --output-dir";
+  if (target.in_place && o.resume)
+    return "--resume needs results of their own: it does not go with --in-place";
+  std::error_code ignored;
+  for (const std::string& input : o.inputs) {
+    if (input == "-" && target.in_place) return "standard input cannot be replaced: name the result with -o";
+    if (!target.folder.empty() && is_folder(input) &&
+        std::filesystem::equivalent(input, target.folder, ignored))
+      return "results in " + target.folder + " would lie among the sources: name another folder";
+  }
+  return "";
+}
+
 // The rules that concern several options at once. Returns what is wrong, or an empty text.
 std::string settle(Options& o, const Words& words) {
-  o.canvas = words.canvas == "expand" ? tool::Canvas::kExpand : tool::Canvas::kKeep;
+  o.canvas = words.canvas == "expand" ? SKEW_CANVAS_EXPAND : SKEW_CANVAS_KEEP;
+  o.align = words.align == "text"    ? SKEW_ALIGN_TEXT
+            : words.align == "paper" ? SKEW_ALIGN_PAPER
+                                     : SKEW_ALIGN_AUTO;
   if (!parse_colour(words.background, o.background))
     return "--background: \"" + words.background + "\" is neither auto, white, black nor #RRGGBB";
   if (o.jobs == 0) o.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
   if (o.command != Command::kDeskew && o.command != Command::kRotate) return "";
 
-  const int targets = !o.target.file.empty() + !o.target.folder.empty() + o.target.in_place;
-  if (targets > 1) return "give one of --output, --output-dir and --in-place";
-  if (targets == 0 && o.inputs.size() == 2) {
-    o.target.file = o.inputs.back();
-    o.inputs.pop_back();
-  } else if (targets == 0 && !o.dry_run) {
-    return "where to? Give IN OUT, or --output, --output-dir or --in-place";
-  }
-  if (!o.target.file.empty() && o.inputs.size() > 1) return "--output takes a single input; use --output-dir";
-  if (o.target.in_place && o.resume)
-    return "--resume needs results of their own: it does not go with --in-place";
-  if (o.fast && o.canvas == tool::Canvas::kExpand) return "--fast keeps the canvas: leave out one of the two";
+  const std::string wrong = settle_target(o);
+  if (!wrong.empty()) return wrong;
+  const files::Format named = files::format_of_name(o.target.file);
+  if (!o.format.empty() && named != files::Format::kOther && named != files::writable_format(o.format))
+    return o.target.file + " and --format " + o.format + " name two formats: leave out one";
+  if (o.fast && o.align == SKEW_ALIGN_PAPER) return "--fast does not look for the paper's edge";
+  if (o.fast && o.canvas == SKEW_CANVAS_EXPAND) return "--fast keeps the canvas: leave out one of the two";
   const uint8_t* rgb = o.background.rgb;
   if (o.fast && (rgb[0] != rgb[1] || rgb[1] != rgb[2])) return "--fast takes a gray background only";
   return "";
@@ -166,7 +218,7 @@ Commands define(CLI::App& app, Options& options, Words& words) {
   for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report}) add_common(command, options);
   for (CLI::App* command : {c.deskew, c.rotate}) add_output(command, options);
   for (CLI::App* command : {c.deskew, c.rotate, c.report}) add_turning(command, words);
-  for (CLI::App* command : {c.deskew, c.report}) add_limits(command, options);
+  for (CLI::App* command : {c.deskew, c.report}) add_limits(command, options, words);
   for (CLI::App* command : {c.measure, c.deskew, c.rotate})
     command->add_flag("--fast", options.fast, "Quick look in steps of 0.2 degree, without a verdict");
   c.report->add_option("-o,--output", options.target.file, "The HTML file to write")

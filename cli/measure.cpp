@@ -24,7 +24,7 @@ Measurement from_library(const SkewPage& found) {
   const Verdict verdict = found.verdict == SKEW_PAGE_TRUSTED ? Verdict::kTrusted
                           : found.verdict == SKEW_PAGE_BLANK ? Verdict::kBlank
                                                              : Verdict::kUncertain;
-  return {found.angle, verdict, found.windowsMeasured, found.windowsAgreeing, found.spread};
+  return {found.angle, verdict, found};
 }
 
 // The driver's answers end at 45 degrees: one from the very end is as likely to lie beyond it.
@@ -32,10 +32,15 @@ Measurement measure_fast(const std::vector<uint8_t>& gray, int width, int height
   Measurement m;
   if (width < 32 || height < 32) {
     m.verdict = Verdict::kBlank;
+    m.found.verdict = SKEW_PAGE_BLANK;
     return m;
   }
   check(SkewCorrection(gray.data(), width, height, &m.angle));
-  if (std::fabs(m.angle) > 44.9) m.verdict = Verdict::kUncertain;
+  m.found.angle = m.angle;
+  if (std::fabs(m.angle) > 44.9) {
+    m.verdict = Verdict::kUncertain;
+    m.found.verdict = SKEW_PAGE_UNCERTAIN;
+  }
   return m;
 }
 
@@ -53,6 +58,40 @@ const char* verdict_word(Verdict verdict) {
       break;
   }
   return "unchecked";
+}
+
+const char* reason_word(const Measurement& measurement) {
+  switch (measurement.found.reason) {
+    case SKEW_REASON_NO_CONTENT:
+      return "no content";
+    case SKEW_REASON_LITTLE_TEXT:
+      return "little text";
+    case SKEW_REASON_TWO_DIRECTIONS:
+      return "two directions";
+    case SKEW_REASON_NOT_PARALLEL:
+      return "lines not parallel";
+    case SKEW_REASON_ONLY_STRUCTURE:
+      return "no text";
+    case SKEW_REASON_RASTER:
+      return "raster of the image";
+    case SKEW_REASON_UNCLEAR:
+      return "parts disagree";
+    default:
+      return "";
+  }
+}
+
+const char* basis_word(const Measurement& measurement) {
+  switch (measurement.found.basis) {
+    case SKEW_BASIS_ROWS:
+      return "rows";
+    case SKEW_BASIS_COLUMNS:
+      return "columns";
+    case SKEW_BASIS_STRUCTURE:
+      return "structure";
+    default:
+      return "none";
+  }
 }
 
 std::vector<uint8_t> padded_gray(const files::Raster& page) {

@@ -11,14 +11,20 @@ namespace tool {
 
 enum class Verdict { kTrusted, kUncertain, kBlank, kUnchecked };
 
+// What skewcorrection/page.h tells of a page, and the verdict on it.
 struct Measurement {
   double angle = 0.0;  // degrees, positive where lines fall to the right
   Verdict verdict = Verdict::kUnchecked;
-  int windows = 0, agreeing = 0;
-  double spread = 0.0;  // of the agreeing windows, degrees
+  SkewPage found{};  // where unchecked only angle and verdict, which says trusted
 };
 
 const char* verdict_word(Verdict verdict);
+
+// Why an angle is not trusted, empty where it is.
+const char* reason_word(const Measurement& measurement);
+
+// What the angle follows: rows, columns, structure, none.
+const char* basis_word(const Measurement& measurement);
 
 // Measures a page; fast asks for the angle of the driver alone, in steps of 0.2 degree and without a verdict.
 Measurement measure(const files::Raster& page, bool fast);

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "files/inputs.h"
+#include "files/targets.h"
+#include "skewcorrection/level.h"
 
 namespace tool {
 
 enum class Command { kMeasure, kDeskew, kRotate, kReport };
-enum class Canvas { kKeep, kExpand };
 
 struct Background {
   bool sampled = true;  // take the colour from the page's own border
@@ -23,17 +23,19 @@ struct Options {
   std::vector<std::string> inputs;
   files::Target target;
   bool overwrite = false;
-  bool resume = false;  // skip pages whose output stands already
+  bool keep_time = false;  // results get the time of their sources
+  bool resume = false;     // skip pages whose output stands already
   bool recursive = false;
   bool dry_run = false;
 
   double angle = 0.0;  // rotate: the angle to undo, degrees
   double min_angle = 0.05;
   double max_angle = 45.0;
-  bool force = false;  // straighten although the angle is not trusted
+  int align = SKEW_ALIGN_AUTO;  // SKEW_ALIGN_...
+  bool force = false;           // straighten although the angle is not trusted
   bool fast = false;
   Background background;
-  Canvas canvas = Canvas::kKeep;
+  int canvas = SKEW_CANVAS_KEEP;  // SKEW_CANVAS_...
 
   std::string format;  // extension to write, empty: that of the source
   int quality = 92;

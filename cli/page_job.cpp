@@ -1,10 +1,6 @@
 #include "cli/page_job.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -17,6 +13,7 @@
 #include "cli/turn.h"
 #include "files/failure.h"
 #include "files/image_write.h"
+#include "skewcorrection/level.h"
 
 namespace tool {
 
@@ -42,33 +39,30 @@ void note_size(const files::Page& page, files::Format format, PageResult& result
   result.dpi = dots_per_inch(page, format);
 }
 
-// Copies bytes to a path, or to standard output for "-".
-void copy_bytes(const std::string& from, const std::string& to) {
-  const int in = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  const int out = to == "-" ? 1 : open(to.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-  bool good = in >= 0 && out >= 0;
-  std::vector<char> block(1 << 16);
-  while (good) {
-    const ssize_t got = read(in, block.data(), block.size());
-    if (got <= 0) {
-      good = got == 0;
-      break;
-    }
-    for (ssize_t done = 0; good && done < got;) {
-      const ssize_t put = write(out, block.data() + done, static_cast<size_t>(got - done));
-      good = put >= 0;
-      done += put;
-    }
+// Why a page is left alone, empty where it is not.
+std::string why_left(const SkewLevel& level, const Measurement& measurement) {
+  switch (level.action) {
+    case SKEW_LEFT_LEVEL:
+      return "straight already";
+    case SKEW_LEFT_SMALL:
+      return std::fabs(level.tilt) < Options().min_angle ? "straight already" : "below --min-angle";
+    case SKEW_LEFT_LARGE:
+      return "beyond --max-angle";
+    case SKEW_LEFT_BLANK:
+      return "blank";
+    case SKEW_LEFT_NO_PAPER:
+      return "the paper's edge is not seen";
+    case SKEW_LEFT_UNTRUSTED:
+      return *reason_word(measurement) ? std::string("not sure: ") + reason_word(measurement) : "not sure";
+    default:
+      return "";
   }
-  const int error = errno;
-  if (in >= 0) close(in);
-  if (out > 1) close(out);
-  if (!good) throw files::Failure(std::string("cannot be copied: ") + std::strerror(error));
 }
 
 }  // namespace
 
-FileJob::FileJob(const files::Input& input, const Options& options) : options_(options), input_(input) {
+FileJob::FileJob(const files::Input& input, const Options& options, files::Claims& claims)
+    : options_(options), input_(input) {
   read_options_.dpi = options.dpi;
   read_options_.max_pixels = options.max_pixels;
   read_options_.tolerant = options.tolerant;
@@ -77,16 +71,16 @@ FileJob::FileJob(const files::Input& input, const Options& options) : options_(o
   if (!trouble_.empty()) return;
   try {
     source_ = files::open_source(input.path, input.name, read_options_);
-    if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output();
+    if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output(claims);
   } catch (const std::exception& error) {
     trouble_ = error.what();
     source_.pages = 1;  // one line for the whole file
   }
 }
 
-void FileJob::plan_output() {
+void FileJob::plan_output(files::Claims& claims) {
   extension_ = options_.format;
-  if (extension_.empty() && !options_.target.file.empty() && options_.target.file != "-") {
+  if (extension_.empty() && !options_.target.file.empty() && !files::is_stream(options_.target.file)) {
     extension_ = fs::path(options_.target.file).extension();
     if (!extension_.empty()) extension_.erase(0, 1);
   }
@@ -102,12 +96,24 @@ void FileJob::plan_output() {
   if (options_.target.in_place && !same_format_)
     throw files::Failure("cannot be replaced by a file of another format (use -o or --output-dir)");
   one_file_ = format_ == files::Format::kTiff;
-  output_ = options_.target.file == "-" ? "-" : files::output_path(input_, options_.target, extension_);
-  skips_ = options_.resume && one_file_ && exists(output_);
-  if (one_file_ && !skips_ && !options_.dry_run) check_target(output_);
-  if (!one_file_ && source_.pages > 1 && output_ == "-")
+  if (!options_.target.given()) return;
+  output_ = files::output_path(input_, options_.target, extension_);
+  if (!one_file_ && source_.pages > 1 && files::is_stream(output_))
     throw files::Failure("has " + std::to_string(source_.pages) +
-                         " pages: only TIFF can carry them on standard output");
+                         " pages: only TIFF can carry them in one stream");
+  for (int page = 0; page < (one_file_ ? 1 : source_.pages); ++page)
+    claims.claim(output_of_page(page), options_.target.in_place);
+  skips_ = one_file_ && stands(output_);
+  if (one_file_ && !skips_ && !options_.dry_run) check_target(output_);
+}
+
+// Whether a result of an earlier run is to be kept.
+bool FileJob::stands(const std::string& path) const {
+  return options_.resume && !files::is_stream(path) && exists(path);
+}
+
+files::Delivery FileJob::delivery() const {
+  return {options_.overwrite, options_.target.in_place, options_.keep_time ? input_.path : ""};
 }
 
 std::string FileJob::output_of_page(int page) const {
@@ -120,12 +126,8 @@ std::string FileJob::output_of_page(int page) const {
 }
 
 void FileJob::check_target(const std::string& path) const {
-  if (path == "-" || options_.target.in_place) return;
-  std::error_code ignored;
-  if (fs::equivalent(path, input_.path, ignored))
-    throw files::Failure("would be overwritten by its own result (use --in-place if that is meant)");
-  if (exists(path) && !options_.overwrite)
-    throw files::Failure("not written: " + path + " exists (use --overwrite)");
+  if (options_.target.in_place || options_.overwrite || files::is_stream(path) || !exists(path)) return;
+  throw files::Failure("not written: " + path + " exists (use --overwrite)");
 }
 
 PageResult FileJob::run_page(int page) {
@@ -139,6 +141,10 @@ PageResult FileJob::run_page(int page) {
   } catch (const std::bad_alloc&) {
     result.action = Action::kFailed;
     result.why = "does not fit into memory";
+  } catch (const files::Taken& taken) {
+    // Another run works on the same folder and was faster: what stands is complete.
+    result.action = options_.resume ? Action::kSkipped : Action::kFailed;
+    result.why = options_.resume ? "another run wrote it" : taken.what();
   } catch (const std::exception& error) {
     result.action = Action::kFailed;
     result.why = error.what();
@@ -166,7 +172,7 @@ void FileJob::describe_page(const files::Page& page, PageResult& result) const {
   decide(result);
   files::Raster turned;
   if (result.action == Action::kStraightened)
-    turned = turn(page.raster, result.measurement.angle, options_.canvas,
+    turned = turn(page.raster, result.turned, options_.canvas,
                   background_for(page.raster, options_.background), false);
   result.html = report_section(result, page.raster, turned, *details);
 }
@@ -174,7 +180,7 @@ void FileJob::describe_page(const files::Page& page, PageResult& result) const {
 void FileJob::write_page(int number, PageResult& result) {
   const std::string path = output_of_page(number);
   if (!options_.dry_run) {
-    if (options_.resume && path != "-" && exists(path) && (!one_file_ || skips_)) {
+    if (one_file_ ? skips_ : stands(path)) {
       result.action = Action::kSkipped;
       result.why = path + " stands already";
       return;
@@ -183,22 +189,21 @@ void FileJob::write_page(int number, PageResult& result) {
   }
   const files::Page page = files::read_page(source_, number, read_options_);
   note_size(page, source_.format, result);
-  double angle = options_.angle;
   if (options_.command == Command::kRotate) {
-    result.action = angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
+    result.turned = options_.angle;
+    result.action = options_.angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
   } else {
     result.measurement = measure(page.raster, options_.fast);
     result.measured = true;
     decide(result);
-    angle = result.measurement.angle;
   }
   if (options_.dry_run) return;
 
   const bool changed = result.action == Action::kStraightened;
   files::Raster turned;
   if (changed)
-    turned = turn(page.raster, angle, options_.canvas, background_for(page.raster, options_.background),
-                  options_.fast);
+    turned = turn(page.raster, result.turned, options_.canvas,
+                  background_for(page.raster, options_.background), options_.fast);
   const files::Raster& pixels = changed ? turned : page.raster;
   if (one_file_)
     write_in_order(number, page, pixels, changed);
@@ -207,44 +212,37 @@ void FileJob::write_page(int number, PageResult& result) {
   if (changed || !options_.target.in_place) result.output = path;
 }
 
-// Whether a page is straightened or left alone.
+// Whether a page is straightened or left alone, and by which angle.
 void FileJob::decide(PageResult& result) const {
-  const double tilt = std::fabs(result.measurement.angle);
-  const Verdict verdict = result.measurement.verdict;
-  result.action = Action::kLeftAlone;
-  if (verdict == Verdict::kBlank)
-    result.why = "blank";
-  else if (verdict == Verdict::kUncertain && !options_.force)
-    result.why = "not sure";
-  else if (tilt < options_.min_angle)
-    result.why = "straight already";
-  else if (tilt > options_.max_angle)
-    result.why = "beyond --max-angle";
-  else
-    result.action = Action::kStraightened;
+  SkewLevelOptions wanted;
+  skew_level_defaults(&wanted);
+  wanted.smallestAngle = options_.min_angle;
+  wanted.largestAngle = options_.max_angle;
+  wanted.align = options_.align;
+  wanted.force = options_.force;
+  wanted.canvas = options_.canvas;
+  SkewLevel level;
+  if (skew_decide_level(&result.measurement.found, result.width, result.height, &wanted, &level) != SKEW_OK)
+    throw files::Failure("cannot be turned by this angle");
+  result.turned = level.angle;
+  result.by_paper = level.aligned == SKEW_ALIGN_PAPER;
+  result.action = level.action == SKEW_LEVELLED ? Action::kStraightened : Action::kLeftAlone;
+  result.why = why_left(level, result.measurement);
 }
 
 void FileJob::copy_source(const std::string& path) {
   if (options_.target.in_place) return;
-  if (path == "-") return copy_bytes(input_.path, path);
   files::TempFile copy(path, "." + extension_);
-  copy_bytes(input_.path, copy.path());
-  copy.commit(options_.overwrite);
-}
-
-void FileJob::deliver(files::TempFile& file) {
-  if (output_ == "-")
-    copy_bytes(file.path(), "-");
-  else
-    file.commit(options_.overwrite || options_.target.in_place);
+  files::copy_bytes(input_.path, copy.path());
+  copy.commit(delivery());
 }
 
 void FileJob::write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
                           const std::string& path) {
   if (!changed && same_format_) return copy_source(path);
-  files::TempFile temp(path == "-" ? "" : path, "." + extension_);
+  files::TempFile temp(path, "." + extension_);
   files::write_image(pixels, page, format_, options_.quality, temp.path());
-  deliver(temp);
+  temp.commit(delivery());
 }
 
 void FileJob::write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed) {
@@ -256,7 +254,7 @@ void FileJob::write_in_order(int number, const files::Page& page, const files::R
   if (failed_page_ > 0)
     throw files::Failure("not written, because page " + std::to_string(failed_page_) + " failed");
   if (!tiff_) {
-    temp_ = std::make_unique<files::TempFile>(output_ == "-" ? "" : output_, "." + extension_);
+    temp_ = std::make_unique<files::TempFile>(output_, "." + extension_);
     tiff_ = std::make_unique<files::TiffWriter>(temp_->path(), same_format_ ? input_.path : "");
   }
   if (same_format_ && !changed)
@@ -271,7 +269,7 @@ void FileJob::finish_tiff() {
   tiff_->finish();
   tiff_.reset();
   if (changed_) {
-    deliver(*temp_);
+    temp_->commit(delivery());
   } else {
     temp_.reset();
     copy_source(output_);

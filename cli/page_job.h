@@ -11,6 +11,7 @@
 #include "cli/options.h"
 #include "files/image_read.h"
 #include "files/inputs.h"
+#include "files/targets.h"
 #include "files/temp_file.h"
 #include "files/tiff_file.h"
 
@@ -18,21 +19,20 @@ namespace tool {
 
 class FileJob {
  public:
-  FileJob(const files::Input& input, const Options& options);
+  FileJob(const files::Input& input, const Options& options, files::Claims& claims);
 
   int pages() const { return source_.pages; }
   const files::SourceFile& source() const { return source_; }
-
-  // Where this file's result goes, empty when each page has its own or nothing is written.
-  const std::string& output() const { return output_; }
 
   // Does everything for one page (from 0). Pages may run at the same time on several threads, if each page is
   // started after the one before it: they are written in order. Never throws.
   PageResult run_page(int page);
 
  private:
-  void plan_output();
+  void plan_output(files::Claims& claims);
   void check_target(const std::string& path) const;
+  bool stands(const std::string& path) const;
+  files::Delivery delivery() const;
   std::string output_of_page(int page) const;
   void process(int page, PageResult& result);
   void write_page(int page, PageResult& result);
@@ -43,7 +43,6 @@ class FileJob {
   void write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed);
   void finish_tiff();
   void copy_source(const std::string& path);
-  void deliver(files::TempFile& file);
   void pass_turn(int page, bool failed);
 
   const Options& options_;

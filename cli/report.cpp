@@ -84,24 +84,29 @@ std::string direction(double angle) {
 }
 
 std::string verdict_sentence(const Measurement& m) {
-  const std::string agreeing = std::to_string(m.agreeing), windows = std::to_string(m.windows);
-  switch (m.verdict) {
-    case Verdict::kBlank:
-      return "There is nothing on this page to measure.";
-    case Verdict::kTrusted:
-      return direction(m.angle) + " This can be trusted: " + agreeing + " of " + windows +
-             " windows agree, with a spread of " + number("%.2f", m.spread) + " degrees.";
-    default:
-      break;
+  const std::string agreeing = std::to_string(m.found.windowsAgreeing),
+                    windows = std::to_string(m.found.windowsMeasured);
+  std::string text;
+  if (m.verdict == Verdict::kBlank) {
+    text = "There is nothing on this page to measure.";
+  } else if (m.verdict == Verdict::kTrusted) {
+    text = direction(m.angle) + " This can be trusted: " + agreeing + " of " + windows +
+           " windows agree, with a spread of " + number("%.2f", m.found.spread) + " degrees.";
+  } else {
+    text = "No sure angle (" + std::string(reason_word(m)) + "): " + agreeing + " of " + windows +
+           " windows agree on the best guess, " + number("%.2f", m.angle) + " degrees.";
   }
-  return "No sure angle: " + agreeing + " of " + windows + " windows agree on the best guess, " +
-         number("%.2f", m.angle) + " degrees.";
+  if (m.found.highestAngle - m.found.lowestAngle >= 0.1)
+    text += " Over the page the lines run from " + number("%.2f", m.found.lowestAngle) + " to " +
+            number("%.2f", m.found.highestAngle) + " degrees.";
+  if (m.found.paperFound) text += " The paper lies at " + number("%.2f", m.found.paperAngle) + " degrees.";
+  return text;
 }
 
 std::string consequence(const PageResult& result) {
   if (result.action == Action::kStraightened)
-    return std::string(" The page is turned ") + (result.measurement.angle > 0 ? "counter-" : "") +
-           "clockwise to level them.";
+    return std::string(" The page is turned ") + (result.turned > 0 ? "counter-" : "") +
+           "clockwise to level " + (result.by_paper ? "the paper." : "them.");
   return " The page stays as it is (" + result.why + ").";
 }
 
@@ -184,7 +189,7 @@ void ReportFile::finish() {
   std::fputs(kTail, out);
   const bool good = !std::ferror(out) && !std::ferror(out_);
   if (std::fclose(out) != 0 || !good) throw unwritable();
-  whole.commit(overwrite_);
+  whole.commit({overwrite_, false, ""});
 }
 
 }  // namespace tool

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -22,9 +21,11 @@ namespace {
 class Run {
  public:
   Run(const Options& options, std::vector<files::Input> inputs)
-      : options_(options), inputs_(std::move(inputs)), reporter_(options) {
-    if (options.command == Command::kReport)
+      : options_(options), inputs_(std::move(inputs)), claims_(inputs_), reporter_(options) {
+    if (options.command == Command::kReport) {
+      claims_.claim(options.target.file, false);
       report_ = std::make_unique<ReportFile>(options.target.file, options.overwrite);
+    }
   }
 
   int execute() {
@@ -49,13 +50,9 @@ class Run {
     const std::lock_guard<std::mutex> lock(tasks_);
     if (!job_ || page_ == job_->pages()) {
       if (file_ == inputs_.size()) return false;
-      files::Input input = inputs_[file_++];
-      job_ = std::make_shared<FileJob>(input, options_);
+      const files::Input& input = inputs_[file_++];
+      job_ = std::make_shared<FileJob>(input, options_, claims_);
       page_ = 0;
-      if (!job_->output().empty() && !outputs_.insert(job_->output()).second) {
-        input.error = "not written: " + job_->output() + " was written for another input of this run";
-        job_ = std::make_shared<FileJob>(input, options_);
-      }
       const std::lock_guard<std::mutex> printing(printing_);
       reporter_.show_progress(file_, inputs_.size(), input.name);
     }
@@ -86,11 +83,11 @@ class Run {
 
   const Options& options_;
   const std::vector<files::Input> inputs_;
+  files::Claims claims_;
   std::mutex tasks_;
   size_t file_ = 0, task_ = 0;
   int page_ = 0;
   std::shared_ptr<FileJob> job_;
-  std::set<std::string> outputs_;
 
   std::mutex printing_;
   std::condition_variable turn_;
@@ -122,7 +119,8 @@ int run(const Options& options) {
     spool = std::make_unique<files::TempFile>("", "");
     spool_standard_input(spool->path());
   }
-  Run all(options, files::find_inputs(options.inputs, options.recursive, spool ? spool->path() : ""));
+  Run all(options, files::find_inputs(options.inputs, options.recursive, options.target.folder,
+                                      spool ? spool->path() : ""));
   return all.execute();
 }
 

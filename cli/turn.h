@@ -15,6 +15,6 @@ Colour background_for(const files::Raster& page, const Background& wanted);
 
 // Turns a page so that lines at this angle become level. fast uses the rotations of 0.2 degree steps, which
 // keep the canvas and take a gray background.
-files::Raster turn(const files::Raster& page, double angle, Canvas canvas, Colour background, bool fast);
+files::Raster turn(const files::Raster& page, double angle, int canvas, Colour background, bool fast);
 
 }  // namespace tool

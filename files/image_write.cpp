@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <filesystem>
 
 #include "files/failure.h"
 
@@ -71,6 +72,11 @@ Format writable_format(const std::string& extension) {
   if (lower == "webp") return Format::kWebp;
   if (lower == "ppm" || lower == "pgm" || lower == "pbm" || lower == "pnm") return Format::kPnm;
   return Format::kOther;
+}
+
+Format format_of_name(const std::string& name) {
+  const std::string extension = std::filesystem::path(name).extension();
+  return extension.empty() ? Format::kOther : writable_format(extension.substr(1));
 }
 
 void write_image(const Raster& pixels, const Page& page, Format format, int quality,

@@ -21,55 +21,53 @@ bool looks_like_image(const fs::path& path) {
   return path.filename().string()[0] != '.' && kKnown.count(extension) > 0;
 }
 
-template <class Iterator>
-void collect(const std::string& folder, std::vector<Input>& inputs) {
-  std::error_code error;
-  std::vector<fs::path> found;
-  for (Iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-    std::error_code ignored;
-    if (it->is_regular_file(ignored) && looks_like_image(it->path())) found.push_back(it->path());
+class Collector {
+ public:
+  Collector(const std::string& top, const std::string& results) : top_(top), results_(results) {}
+
+  std::vector<Input> collect(bool recursive) {
+    list(top_, recursive);
+    if (found_.empty()) found_.push_back({top_, top_, "", "holds no page images"});
+    std::sort(found_.begin(), found_.end(),
+              [](const Input& a, const Input& b) { return fs::path(a.path) < fs::path(b.path); });
+    return std::move(found_);
   }
-  if (error) {
-    inputs.push_back({folder, folder, "", "cannot be listed: " + error.message()});
-    return;
+
+ private:
+  void list(const fs::path& folder, bool recursive) {
+    std::error_code error, ignored;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+      const fs::path& path = it->path();
+      if (it->is_regular_file(ignored)) {
+        if (looks_like_image(path)) found_.push_back({path, path, path.lexically_relative(top_), ""});
+      } else if (recursive && !it->is_symlink(ignored) && it->is_directory(ignored)) {
+        if (results_.empty() || !fs::equivalent(path, results_, ignored)) list(path, true);
+      }
+    }
+    if (error) found_.push_back({folder, folder, "", "cannot be listed: " + error.message()});
   }
-  std::sort(found.begin(), found.end());
-  for (const auto& path : found) inputs.push_back({path, path, path.lexically_relative(folder), ""});
-  if (found.empty()) inputs.push_back({folder, folder, "", "holds no page images"});
-}
+
+  const fs::path top_, results_;
+  std::vector<Input> found_;
+};
 
 }  // namespace
 
 std::vector<Input> find_inputs(const std::vector<std::string>& named, bool recursive,
-                               const std::string& spool) {
+                               const std::string& results, const std::string& spool) {
   std::vector<Input> inputs;
   for (const std::string& given : named) {
     std::error_code ignored;
-    if (given == "-")
+    if (given == "-") {
       inputs.push_back({spool, "standard input", "stdin", ""});
-    else if (!fs::is_directory(given, ignored))
+    } else if (!fs::is_directory(given, ignored)) {
       inputs.push_back({given, given, fs::path(given).filename(), ""});
-    else if (recursive)
-      collect<fs::recursive_directory_iterator>(given, inputs);
-    else
-      collect<fs::directory_iterator>(given, inputs);
+    } else {
+      const std::vector<Input> found = Collector(given, results).collect(recursive);
+      inputs.insert(inputs.end(), found.begin(), found.end());
+    }
   }
   return inputs;
-}
-
-std::string output_path(const Input& input, const Target& target, const std::string& extension) {
-  fs::path path;
-  if (!target.file.empty()) return target.file;
-  path = target.in_place ? fs::path(input.path) : fs::path(target.folder) / input.relative;
-  std::string old = path.extension();
-  std::transform(old.begin(), old.end(), old.begin(), [](unsigned char c) { return std::tolower(c); });
-  static const std::set<std::string> kSame[] = {
-      {".jpg", ".jpeg", ".jpe", ".jfif"}, {".tif", ".tiff"}, {".ppm", ".pgm", ".pbm", ".pnm"}};
-  const std::string wanted = "." + extension;
-  for (const auto& names : kSame)
-    if (names.count(old) && names.count(wanted)) return path;
-  if (old != wanted) path.replace_extension(wanted);
-  return path;
 }
 
 }  // namespace files

@@ -104,6 +104,7 @@ class ToolTest(unittest.TestCase):
     def small_page(self, name, *arguments, turn=0):
         """The sample page in gray, reduced, written as name with further ImageMagick arguments."""
         turned = ["-background", "rgb(80,80,80)", "-rotate", turn] if turn else []
+        self.path(name).parent.mkdir(parents=True, exist_ok=True)
         convert(DATA / "page.jpg", "-colorspace", "gray", "-resize", "50%", *turned, *arguments, self.path(name))
         return self.path(name)
 
