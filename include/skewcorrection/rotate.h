@@ -57,8 +57,9 @@ SKEW_API int RotateRGBImage(const unsigned char* pSrc, int width, int height, do
  *   angle          degrees, below 66 in magnitude; below 0.2 the destination becomes an exact copy
  *   pDst           width * height integers, every one of them written; must not overlap the source
  *   fill           the whole pixel where there is no source, alpha included; -1 is opaque white
- * Positions are those of RotateGrayImage. The three colours are interpolated and rounded down; alpha is that
- * of the upper left of the four neighbours.
+ * Positions are those of RotateGrayImage. The three colours are interpolated and rounded down; alpha is not
+ * interpolated but that of the upper left of the four neighbours, and it has no weight: the colour of a transparent
+ * neighbour counts like any other.
  * Returns and heap as for RotateRGBImage. */
 SKEW_API int RotateARGBImage_INT_FOR_JNI(const int* pSrc, int width, int height, double angle, int* pDst,
                                          int fill);

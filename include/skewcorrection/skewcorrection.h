@@ -30,5 +30,6 @@
 #include "skew.h"
 #include "tables.h"
 #include "types.h"
+#include "version.h"
 
 #endif

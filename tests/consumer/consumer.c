@@ -9,6 +9,7 @@ int main(void) {
   double angle = -1;
   unsigned char* level = NULL;
   int i;
+  if (skew_version() != SKEW_VERSION_NUMBER) return 1;
   for (i = 0; i < 400 * 400; ++i) page[i] = ((i / 400) * 10 - i % 400 + 4000) % 200 < 80 ? 20 : 240;
   if (SkewCorrection(page, 400, 400, &angle) != SKEW_OK || angle < 5.0 || angle > 6.4) {
     printf("measured %.1f degrees, drawn with 5.7\n", angle);
