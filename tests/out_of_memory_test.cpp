@@ -216,7 +216,8 @@ TEST(OutOfMemory, NativeMethods) {
   }
   JavaObject gray_array = JavaObject::of("bytes gray", page), rgb_array = JavaObject::of("bytes rgb", rgb),
              argb_array = JavaObject::of("ints argb", argb), path = JavaObject::of<char>("path", {'p', '\0'}),
-             measured = JavaObject::of("doubles", Bytes(5 * sizeof(double))),
+             wishes = JavaObject::of("doubles", std::vector<double>{0.05, 45, 0, 180, 0, 0, 0, 0, 0}),
+             measured = JavaObject::of("doubles", Bytes(26 * sizeof(double))),
              rgb_result = JavaObject::of("bytes result", rgb), argb_result = JavaObject::of("ints result", argb);
   JniTable table(true);
   JNIEnv* env = table.env();
@@ -240,11 +241,11 @@ TEST(OutOfMemory, NativeMethods) {
        [&] { return SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(
                  env, self, rgb_array.as_bytes(), rgb_result.as_bytes(), kWidth, kHeight); },
        nothing_held},
-      {"PageLib.measureGray", {2},
-       [&] { measured.bytes.assign(5 * sizeof(double), kMark);
-             return SKEW_PAGE_METHOD(measureGray)(env, self, gray_array.as_bytes(), kWidth, kHeight,
-                                                  measured.as_doubles()); },
-       [&] { return nothing_held() && measured.bytes == Bytes(5 * sizeof(double), kMark); }},
+      {"PageLib.plan", {2},
+       [&] { measured.bytes.assign(26 * sizeof(double), kMark);
+             return SKEW_PAGE_METHOD(plan)(env, self, argb_array.as_object(), 2, 0, kWidth, kHeight, 1, 1,
+                                           wishes.as_doubles(), measured.as_doubles()); },
+       [&] { return nothing_held() && measured.bytes == Bytes(26 * sizeof(double), kMark); }},
   });
   EXPECT_EQ(table.outstanding(), 0);
   events().clear();

@@ -1,4 +1,4 @@
-// Java arrays and strings, held while a scope lasts. Whatever was obtained is released on every path, arrays
+// Java arrays and strings, held while a scope lasts. Whatever was obtained is released on every path, elements
 // with mode 0, which hands to Java what was written. A failed acquisition leaves an exception pending in the
 // Java machine; nothing but releases may follow it then.
 #pragma once
@@ -46,6 +46,31 @@ class ByteElements : public Elements<jbyteArray, jbyte> {
 };
 
 using IntElements = Elements<jintArray, jint>;
+
+// The elements of any primitive array in place, where the Java machine can do that: it may collect no garbage
+// meanwhile, so the scope is short, allocates nothing in Java and calls nothing of it.
+class CriticalElements {
+ public:
+  // mode: JNI_ABORT for an array that is only read, 0 for one that is written.
+  CriticalElements(JNIEnv* env, jarray array, jint mode)
+      : env_(env),
+        array_(array),
+        mode_(mode),
+        elements_(array != nullptr ? env->GetPrimitiveArrayCritical(array, nullptr) : nullptr) {}
+  ~CriticalElements() {
+    if (elements_ != nullptr) env_->ReleasePrimitiveArrayCritical(array_, elements_, mode_);
+  }
+  CriticalElements(const CriticalElements&) = delete;
+  CriticalElements& operator=(const CriticalElements&) = delete;
+
+  uint8_t* get() const { return static_cast<uint8_t*>(elements_); }
+
+ private:
+  JNIEnv* env_;
+  jarray array_;
+  jint mode_;
+  void* elements_;
+};
 
 // The characters of a Java string in modified UTF-8; false if they could not be obtained.
 class StringChars {

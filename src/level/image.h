@@ -1,6 +1,7 @@
 // What the levelling functions share: the image they look at, and the check of what they are given.
 #pragma once
 
+#include "core/buffer.h"
 #include "core/raster.h"
 #include "include/skewcorrection/level.h"
 #include "rotate/geometry.h"
@@ -26,5 +27,15 @@ bool valid_options(const SkewLevelOptions& options);
 
 // The median colour of a valid image's border, 0xAARRGGBB.
 uint32_t border_colour(const Image& image);
+
+// The gray image that a valid image is measured by, rows width bytes apart; null if there is no memory.
+Buffer<uint8_t> gray_copy(const Image& image);
+
+// skew_plan_gray for a valid gray image that stands for one of pixel_bytes a pixel and with such a border.
+int judge(const Image& gray, int pixel_bytes, uint32_t border, const SkewLevelOptions* options,
+          SkewLevel* level);
+
+// skew_rotate_gray or its relative, with the fill colour as 0xAARRGGBB, of which gray images take the luma.
+int rotate(const Image& image, double angle, int canvas, uint32_t fill, uint8_t* out, ptrdiff_t out_stride);
 
 }  // namespace skew

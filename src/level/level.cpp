@@ -1,5 +1,7 @@
 // Measures a page, judges it and turns it. Colour pages are measured by a gray copy of their own, which is
 // given back before the result is allocated.
+#include <cstring>
+
 #include "convert/luma.h"
 #include "convert/pixel_format.h"
 #include "core/buffer.h"
@@ -7,26 +9,6 @@
 
 namespace skew {
 namespace {
-
-Buffer<uint8_t> gray_copy(const Image& image) {
-  Buffer<uint8_t> gray = allocate<uint8_t>(image.height, image.width);
-  for (int y = 0; gray && y < image.height; ++y) {
-    uint8_t* const out = &gray[static_cast<ptrdiff_t>(y) * image.width];
-    if (image.pixel_bytes == 3)
-      gray_from_rgb(image.row(y), image.width, out);
-    else
-      gray_from_argb(reinterpret_cast<const int32_t*>(image.row(y)), image.width, out);
-  }
-  return gray;
-}
-
-int measure(const Image& image, SkewPage* page) {
-  if (image.pixel_bytes == 1)
-    return skew_measure_page(image.pixels, image.width, image.height, image.stride, page);
-  const Buffer<uint8_t> gray = gray_copy(image);
-  if (!gray) return SKEW_OUT_OF_MEMORY;
-  return skew_measure_page(gray.get(), image.width, image.height, image.width, page);
-}
 
 // As an image of this format shows a colour.
 uint32_t shown(uint32_t argb, int pixel_bytes) {
@@ -37,30 +19,12 @@ uint32_t shown(uint32_t argb, int pixel_bytes) {
 int plan(const Image& image, const SkewLevelOptions* options, SkewLevel* level) {
   if (!image.valid() || level == nullptr || (options != nullptr && !valid_options(*options)))
     return SKEW_INVALID_ARGUMENT;
-  SkewPage page;
-  SkewLevel found;
-  int code = measure(image, &page);
-  if (code == SKEW_OK) code = skew_decide_level(&page, image.width, image.height, options, &found);
-  if (code != SKEW_OK) return code;
-  const bool given = options != nullptr && options->fillMode == SKEW_FILL_GIVEN;
-  found.fill = given ? shown(found.fill, image.pixel_bytes) : border_colour(image);
-  *level = found;
-  return SKEW_OK;
-}
-
-int turn(const Image& image, const SkewLevel& level, uint8_t* out) {
-  const int width = image.width, height = image.height;
-  const ptrdiff_t stride = static_cast<ptrdiff_t>(level.transform.outWidth) * image.pixel_bytes;
-  if (image.pixel_bytes == 1)
-    return skew_rotate_gray(image.pixels, image.stride, width, height, level.angle, level.canvas, out, stride,
-                            static_cast<uint8_t>(level.fill));
-  if (image.pixel_bytes == 4)
-    return skew_rotate_argb(reinterpret_cast<const uint32_t*>(image.pixels), image.stride, width, height,
-                            level.angle, level.canvas, reinterpret_cast<uint32_t*>(out), stride, level.fill);
-  const uint8_t fill[] = {static_cast<uint8_t>(level.fill >> 16), static_cast<uint8_t>(level.fill >> 8),
-                          static_cast<uint8_t>(level.fill)};
-  return skew_rotate_rgb(image.pixels, image.stride, width, height, level.angle, level.canvas, out, stride,
-                         fill);
+  const uint32_t border = border_colour(image);
+  if (image.pixel_bytes == 1) return judge(image, 1, border, options, level);
+  const Buffer<uint8_t> gray = gray_copy(image);
+  if (!gray) return SKEW_OUT_OF_MEMORY;
+  return judge({gray.get(), image.width, image.width, image.height, 1}, image.pixel_bytes, border, options,
+               level);
 }
 
 template <class Pixel>
@@ -74,7 +38,9 @@ int make_level(const Image& image, const SkewLevelOptions* options, Pixel** resu
     const SkewTransform& size = found.transform;
     turned = allocate<uint8_t>(
         size.outHeight, static_cast<uint64_t>(size.outWidth) * static_cast<uint64_t>(image.pixel_bytes));
-    code = turned ? turn(image, found, turned.get()) : SKEW_OUT_OF_MEMORY;
+    const ptrdiff_t stride = static_cast<ptrdiff_t>(size.outWidth) * image.pixel_bytes;
+    code = turned ? rotate(image, found.angle, found.canvas, found.fill, turned.get(), stride)
+                  : SKEW_OUT_OF_MEMORY;
   }
   if (code != SKEW_OK) return code;
   *level = found;
@@ -87,6 +53,47 @@ Image argb_image(const uint32_t* pixels, ptrdiff_t stride, int width, int height
 }
 
 }  // namespace
+
+Buffer<uint8_t> gray_copy(const Image& image) {
+  Buffer<uint8_t> gray = allocate<uint8_t>(image.height, image.width);
+  for (int y = 0; gray && y < image.height; ++y) {
+    uint8_t* const out = &gray[static_cast<ptrdiff_t>(y) * image.width];
+    if (image.pixel_bytes == 1)
+      std::memcpy(out, image.row(y), static_cast<size_t>(image.width));
+    else if (image.pixel_bytes == 3)
+      gray_from_rgb(image.row(y), image.width, out);
+    else
+      gray_from_argb(reinterpret_cast<const int32_t*>(image.row(y)), image.width, out);
+  }
+  return gray;
+}
+
+int judge(const Image& gray, int pixel_bytes, uint32_t border, const SkewLevelOptions* options,
+          SkewLevel* level) {
+  SkewPage page;
+  SkewLevel found;
+  int code = skew_measure_page(gray.pixels, gray.width, gray.height, gray.stride, &page);
+  if (code == SKEW_OK) code = skew_decide_level(&page, gray.width, gray.height, options, &found);
+  if (code != SKEW_OK) return code;
+  const bool given = options != nullptr && options->fillMode == SKEW_FILL_GIVEN;
+  found.fill = given ? shown(found.fill, pixel_bytes) : border;
+  *level = found;
+  return SKEW_OK;
+}
+
+int rotate(const Image& image, double angle, int canvas, uint32_t fill, uint8_t* out, ptrdiff_t out_stride) {
+  const int width = image.width, height = image.height;
+  if (image.pixel_bytes == 1)
+    return skew_rotate_gray(image.pixels, image.stride, width, height, angle, canvas, out, out_stride,
+                            static_cast<uint8_t>(luma_of_argb(fill)));
+  if (image.pixel_bytes == 4)
+    return skew_rotate_argb(reinterpret_cast<const uint32_t*>(image.pixels), image.stride, width, height,
+                            angle, canvas, reinterpret_cast<uint32_t*>(out), out_stride, fill);
+  const uint8_t colour[] = {static_cast<uint8_t>(fill >> 16), static_cast<uint8_t>(fill >> 8),
+                            static_cast<uint8_t>(fill)};
+  return skew_rotate_rgb(image.pixels, image.stride, width, height, angle, canvas, out, out_stride, colour);
+}
+
 }  // namespace skew
 
 int skew_plan_gray(const unsigned char* pSrc, ptrdiff_t stride, int width, int height,

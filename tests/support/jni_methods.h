@@ -14,6 +14,10 @@ jint SKEW_JAVA_METHOD(ImgSkewCorrect_1ImageLoadingMode)(JNIEnv*, jclass, jintArr
 jint SKEW_JAVA_METHOD(ImgSkewCorrect_1Snapshot_1ByteArray)(JNIEnv*, jclass, jbyteArray, jbyteArray, jint,
                                                            jint);
 jdouble SKEW_JAVA_METHOD(AmountOfSkewInImage)(JNIEnv*, jclass);
-jint SKEW_PAGE_METHOD(rotateGray)(JNIEnv*, jclass, jbyteArray, jbyteArray, jint, jint, jdouble);
-jint SKEW_PAGE_METHOD(measureGray)(JNIEnv*, jclass, jbyteArray, jint, jint, jdoubleArray);
+jint SKEW_PAGE_METHOD(plan)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdoubleArray,
+                            jdoubleArray);
+jint SKEW_PAGE_METHOD(preview)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdoubleArray);
+jint SKEW_PAGE_METHOD(rotate)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdouble, jint, jint,
+                              jobject, jint, jint);
+jint SKEW_PAGE_METHOD(transform)(JNIEnv*, jclass, jint, jint, jdouble, jint, jdoubleArray);
 }

@@ -14,10 +14,10 @@ namespace {
 JavaObject* object(jobject handle) { return reinterpret_cast<JavaObject*>(handle); }
 
 jsize array_length(JNIEnv*, jarray array) {
-  // The tests name arrays of integers so.
-  const bool ints = object(array)->name.rfind("int", 0) == 0;
-  events().push_back("length " + object(array)->name);
-  return static_cast<jsize>(object(array)->bytes.size() / (ints ? sizeof(jint) : 1));
+  const std::string& name = object(array)->name;
+  events().push_back("length " + name);
+  const size_t element = name[0] == 'i' ? sizeof(jint) : name[0] == 'd' ? sizeof(jdouble) : 1;
+  return static_cast<jsize>(object(array)->bytes.size() / element);
 }
 
 jbyte* get_bytes(JNIEnv* env, jbyteArray array, jboolean* copied) {
@@ -48,12 +48,39 @@ void set_doubles(JNIEnv*, jdoubleArray array, jsize start, jsize count, const jd
   if (start >= 0 && begin + size <= to->bytes.size()) std::memcpy(to->bytes.data() + begin, values, size);
 }
 
+void get_doubles(JNIEnv*, jdoubleArray array, jsize start, jsize count, jdouble* values) {
+  const std::vector<uint8_t>& from = object(array)->bytes;
+  const size_t begin = static_cast<size_t>(start) * sizeof(jdouble),
+               size = static_cast<size_t>(count) * sizeof(jdouble);
+  if (start >= 0 && begin + size <= from.size()) std::memcpy(values, from.data() + begin, size);
+}
+
+void* get_critical(JNIEnv* env, jarray array, jboolean* copied) {
+  return owner_of(env)->acquire(object(array), copied);
+}
+void release_critical(JNIEnv* env, jarray array, void* elements, jint mode) {
+  owner_of(env)->release(object(array), elements, mode);
+}
+
+bool is_buffer(jobject handle) { return object(handle)->name.rfind("buffer", 0) == 0; }
+void* buffer_address(JNIEnv*, jobject buffer) {
+  return is_buffer(buffer) ? object(buffer)->bytes.data() : nullptr;
+}
+jlong buffer_capacity(JNIEnv*, jobject buffer) {
+  return is_buffer(buffer) ? static_cast<jlong>(object(buffer)->bytes.size()) : -1;
+}
+
 }  // namespace
 
 JniTable::JniTable(bool with_length) {
   if (with_length) {
     functions_.GetArrayLength = array_length;
     functions_.SetDoubleArrayRegion = set_doubles;
+    functions_.GetDoubleArrayRegion = get_doubles;
+    functions_.GetPrimitiveArrayCritical = get_critical;
+    functions_.ReleasePrimitiveArrayCritical = release_critical;
+    functions_.GetDirectBufferAddress = buffer_address;
+    functions_.GetDirectBufferCapacity = buffer_capacity;
   }
   functions_.GetByteArrayElements = get_bytes;
   functions_.ReleaseByteArrayElements = release_bytes;
@@ -83,7 +110,7 @@ void JniTable::release(JavaObject* object, const void* elements, jint mode) {
     return;
   }
   events().push_back("release " + object->name + (mode != 0 ? " with a mode" : ""));
-  std::copy_n(found->second.second.get(), object->bytes.size(), object->bytes.begin());
+  if (mode != JNI_ABORT) std::copy_n(found->second.second.get(), object->bytes.size(), object->bytes.begin());
   held_.erase(found);
 }
 

@@ -1,4 +1,4 @@
-// A Java machine of six functions, or eight: a JNI function table made by hand. Arrays and strings are handed
+// A Java machine of six functions, or fourteen: a JNI function table made by hand. Arrays and strings are handed
 // out as copies in blocks of their exact size, as a real machine does, and every function notes its call in
 // events() (log_capture.h). Any acquisition can be made to fail.
 #pragma once
@@ -15,7 +15,7 @@
 
 namespace skew::test {
 
-// A Java byte[], int[], double[] or String, with the name it has in the events.
+// A Java byte[], int[], double[], String or direct buffer. Its name in the events begins with its kind.
 struct JavaObject {
   std::string name;
   std::vector<uint8_t> bytes;
@@ -28,13 +28,14 @@ struct JavaObject {
   jbyteArray as_bytes() { return reinterpret_cast<jbyteArray>(this); }
   jintArray as_ints() { return reinterpret_cast<jintArray>(this); }
   jdoubleArray as_doubles() { return reinterpret_cast<jdoubleArray>(this); }
+  jobject as_object() { return reinterpret_cast<jobject>(this); }
   jstring as_string() { return reinterpret_cast<jstring>(this); }
 };
 
 class JniTable {
  public:
-  // The six functions that the class ImgSkewCorrectionLib was promised, or GetArrayLength and
-  // SetDoubleArrayRegion besides; all other entries are null.
+  // The six functions that the class ImgSkewCorrectionLib was promised, or those that PageLib needs besides; all
+  // other entries are null.
   explicit JniTable(bool with_length);
   JniTable(const JniTable&) = delete;
   JniTable& operator=(const JniTable&) = delete;

@@ -1,5 +1,5 @@
 /* A Java machine agent that keeps account of what native code obtains: it puts counting functions in the
- * place of the six acquiring and releasing ones. The tests ask it through the class Ledger, and at the end it
+ * place of the eight acquiring and releasing ones. The tests ask it through the class Ledger, and at the end it
  * stops the machine with exit code 70 if anything is still held. */
 #define _GNU_SOURCE /* dladdr */
 #include <dlfcn.h>
@@ -42,6 +42,15 @@ static const char* JNICALL get_chars(JNIEnv* env, jstring string, jboolean* copi
   count_acquired(__builtin_return_address(0), chars);
   return chars;
 }
+static void* JNICALL get_critical(JNIEnv* env, jarray array, jboolean* copied) {
+  void* elements = original->GetPrimitiveArrayCritical(env, array, copied);
+  count_acquired(__builtin_return_address(0), elements);
+  return elements;
+}
+static void JNICALL release_critical(JNIEnv* env, jarray array, void* elements, jint mode) {
+  count_released(__builtin_return_address(0));
+  original->ReleasePrimitiveArrayCritical(env, array, elements, mode);
+}
 static void JNICALL release_ints(JNIEnv* env, jintArray array, jint* elements, jint mode) {
   count_released(__builtin_return_address(0));
   original->ReleaseIntArrayElements(env, array, elements, mode);
@@ -75,6 +84,8 @@ static void JNICALL started(jvmtiEnv* jvmti, JNIEnv* env, jthread thread) {
   counting->GetIntArrayElements = get_ints;
   counting->GetByteArrayElements = get_bytes;
   counting->GetStringUTFChars = get_chars;
+  counting->GetPrimitiveArrayCritical = get_critical;
+  counting->ReleasePrimitiveArrayCritical = release_critical;
   counting->ReleaseIntArrayElements = release_ints;
   counting->ReleaseByteArrayElements = release_bytes;
   counting->ReleaseStringUTFChars = release_chars;

@@ -1,80 +1,42 @@
 package com.narvo.android.lumetrix.imageprocessing;
 
-import java.util.Objects;
+import java.nio.ByteBuffer;
 
 /**
- * Measures the skew of page images and turns them level.
+ * Measures page images, turns them level where the measurement can be trusted, and turns images by any angle.
  *
- * <p>Angles are degrees, multiples of 0.2 from -45 to 45. A positive angle means that the text lines fall to the
- * right as displayed; the levelled image is the original turned counter-clockwise by it. Magnitudes below 0.2 leave
- * the image as it is. Pages that lie on their side or upside down stay so. The measurePage methods answer more finely,
- * slower, and with a verdict; they need no lock.
+ * <p>Layouts, row by row from the first element on:
  *
- * <p>Pixel layouts are those of {@link ImgSkewCorrectionLib}. Arrays may be longer than the image; what lies beyond
- * is left alone. Both sides of an image must be at least 32 pixels.
+ * <ul>
+ *   <li>Argb: an {@code int[]} with alpha in bits 24 to 31, red in 16 to 23, green in 8 to 15 and blue in 0 to 7, as
+ *       Android's {@code Bitmap.getPixels} gives it; colours not multiplied by alpha
+ *   <li>Rgb: a {@code byte[]} of three bytes a pixel, red, green, blue
+ *   <li>Gray: a {@code byte[]} of one byte a pixel, 0 black
+ *   <li>Gray plane: a direct {@link ByteBuffer} from its position on, with a distance from row to row and from pixel to
+ *       pixel in bytes, as the planes of a camera's image have; read-only will do, and no position or limit changes
+ * </ul>
  *
- * <p>All methods may be called from any thread. The others run one after the other, because the native library allows one
- * call at a time; they hold the monitor of {@link ImgSkewCorrectionLib}'s class meanwhile, and code that calls the
- * native methods itself should hold it too.
+ * Arrays and buffers may be longer than the image; what lies beyond is left alone, and the time a call takes follows
+ * the image. A result given by the caller is another array or buffer than the source and does not overlap it; its rows
+ * follow one another without gaps. Colours are 0xAARRGGBB for every layout: alpha counts for ARGB alone, and gray
+ * images take a colour's luma.
  *
- * <p>All methods throw {@link NullPointerException} for a missing array, {@link IllegalArgumentException} for an
- * image that is too small, an array that is too short, or a result array that is the source array, {@link
- * OutOfMemoryError} when memory runs out, and {@link IllegalStateException} when the library reports another
- * failure. The result array is not changed when an exception is thrown.
+ * <p>All methods may be called from any thread and run at the same time, on the same source too. While a call reads
+ * or writes an array the Java machine may put off collecting garbage, for some milliseconds of a large image.
+ *
+ * <p>No argument may be null, and no method returns null. All methods throw {@link NullPointerException} for a missing
+ * argument, {@link IllegalArgumentException} for a size below 1, an array or buffer that is too short, strides that do
+ * not hold a row, a buffer that is not direct, or a result that overlaps the source, {@link
+ * java.nio.ReadOnlyBufferException} for a read-only result, and {@link OutOfMemoryError} when memory runs out. Nothing
+ * is written when an exception is thrown.
  */
 public final class Deskewer {
-  /** The shortest side of an image, pixels. */
-  public static final int SMALLEST_SIDE = 32;
-
-  private static final String PATH = "-"; // must not be empty; the library does not use it
-
   private Deskewer() {}
 
-  /**
-   * Measures an ARGB image.
-   *
-   * @param pixels width * height pixels
-   * @param width columns
-   * @param height rows
-   * @return the angle, degrees
-   */
-  public static double measureArgb(int[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    synchronized (ImgSkewCorrectionLib.class) {
-      return angle(ImgSkewCorrectionLib.ImgSkewCorrect_Snapshot(pixels, width, height, PATH));
-    }
-  }
+  // ---- Measuring ----
 
   /**
-   * Measures an RGB image. Needs width * height bytes for a gray copy.
-   *
-   * @param pixels 3 * width * height bytes
-   * @param width columns
-   * @param height rows
-   * @return the angle, degrees
-   */
-  public static double measureRgb(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 3, width, height);
-    return measureGray(grayOfRgb(pixels, width * height), width, height);
-  }
-
-  /**
-   * Measures a gray image.
-   *
-   * @param pixels width * height bytes
-   * @param width columns
-   * @param height rows
-   * @return the angle, degrees
-   */
-  public static double measureGray(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    synchronized (ImgSkewCorrectionLib.class) {
-      return angle(ImgSkewCorrectionLib.ImgSkewCorrect_Preview(pixels, width, height, 0, 0, 0, 0, PATH));
-    }
-  }
-
-  /**
-   * Measures a whole ARGB page and says how far the angle can be relied on. Needs width * height bytes for a gray copy.
+   * Measures an ARGB page and says how far the angle can be relied on.
    *
    * @param pixels width * height pixels
    * @param width columns
@@ -82,16 +44,11 @@ public final class Deskewer {
    * @return the angle and the verdict
    */
   public static PageAngle measurePageArgb(int[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    byte[] gray = new byte[width * height];
-    for (int i = 0; i < gray.length; ++i) {
-      gray[i] = luma(pixels[i] >> 16, pixels[i] >> 8, pixels[i]);
-    }
-    return measurePageGray(gray, width, height);
+    return Pixels.argb(pixels, width, height, "pixels").plan(LevelOptions.DEFAULTS).page();
   }
 
   /**
-   * Measures a whole RGB page and says how far the angle can be relied on. Needs width * height bytes for a gray copy.
+   * Measures an RGB page and says how far the angle can be relied on.
    *
    * @param pixels 3 * width * height bytes
    * @param width columns
@@ -99,12 +56,11 @@ public final class Deskewer {
    * @return the angle and the verdict
    */
   public static PageAngle measurePageRgb(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 3, width, height);
-    return measurePageGray(grayOfRgb(pixels, width * height), width, height);
+    return Pixels.rgb(pixels, width, height, "pixels").plan(LevelOptions.DEFAULTS).page();
   }
 
   /**
-   * Measures a whole gray page and says how far the angle can be relied on.
+   * Measures a gray page and says how far the angle can be relied on.
    *
    * @param pixels width * height bytes
    * @param width columns
@@ -112,155 +68,351 @@ public final class Deskewer {
    * @return the angle and the verdict
    */
   public static PageAngle measurePageGray(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    double[] result = new double[5];
-    check(PageLib.measureGray(pixels, width, height, result));
-    return new PageAngle(result);
+    return Pixels.gray(pixels, width, height, "pixels").plan(LevelOptions.DEFAULTS).page();
   }
 
   /**
-   * Levels an ARGB image into a new array. Uncovered corners become opaque white.
+   * Measures a gray plane and says how far the angle can be relied on.
+   *
+   * @param plane a direct buffer
+   * @param width columns
+   * @param height rows
+   * @param rowStride bytes from row to row
+   * @param pixelStride bytes from pixel to pixel
+   * @return the angle and the verdict
+   */
+  public static PageAngle measurePageGray(
+      ByteBuffer plane, int width, int height, int rowStride, int pixelStride) {
+    return Pixels.plane(plane, width, height, rowStride, pixelStride, "plane")
+        .plan(LevelOptions.DEFAULTS)
+        .page();
+  }
+
+  // ---- Levelling ----
+
+  /**
+   * Measures and judges an ARGB page without turning it, so that the caller may turn what it was made of.
    *
    * @param pixels width * height pixels
    * @param width columns
    * @param height rows
-   * @return the levelled pixels and the angle
+   * @param options what is wanted
+   * @return what to do; it has no image
    */
-  public static Deskewed<int[]> deskewArgb(int[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    int[] result = new int[width * height];
-    return new Deskewed<>(result, deskewArgb(pixels, result, width, height));
+  public static Levelled<Void> planArgb(int[] pixels, int width, int height, LevelOptions options) {
+    return Pixels.argb(pixels, width, height, "pixels").plan(options);
   }
 
   /**
-   * Levels an ARGB image into a given array. Uncovered corners become opaque white.
+   * Measures and judges an RGB page without turning it, so that the caller may turn what it was made of.
+   *
+   * @param pixels 3 * width * height bytes
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @return what to do; it has no image
+   */
+  public static Levelled<Void> planRgb(byte[] pixels, int width, int height, LevelOptions options) {
+    return Pixels.rgb(pixels, width, height, "pixels").plan(options);
+  }
+
+  /**
+   * Measures and judges a gray page without turning it, so that the caller may turn what it was made of.
+   *
+   * @param pixels width * height bytes
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @return what to do; it has no image
+   */
+  public static Levelled<Void> planGray(byte[] pixels, int width, int height, LevelOptions options) {
+    return Pixels.gray(pixels, width, height, "pixels").plan(options);
+  }
+
+  /**
+   * Levels an ARGB page with the default options.
    *
    * @param pixels width * height pixels
-   * @param result receives the levelled pixels; another array of at least that length
    * @param width columns
    * @param height rows
-   * @return the angle, degrees
+   * @return the level pixels in a new array, or the given array if the page was left alone
    */
-  public static double deskewArgb(int[] pixels, int[] result, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    require(result, "result", result.length, 1, width, height);
-    requireOther(pixels, result);
-    synchronized (ImgSkewCorrectionLib.class) {
-      return angle(ImgSkewCorrectionLib.ImgSkewCorrect_ImageLoadingMode(pixels, result, width, height));
-    }
+  public static Levelled<int[]> levelArgb(int[] pixels, int width, int height) {
+    return levelArgb(pixels, width, height, LevelOptions.DEFAULTS);
   }
 
   /**
-   * Levels an RGB image into a new array. Uncovered corners become black.
+   * Levels an ARGB page.
+   *
+   * @param pixels width * height pixels
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @return the level pixels in a new array, or the given array if the page was left alone
+   */
+  public static Levelled<int[]> levelArgb(int[] pixels, int width, int height, LevelOptions options) {
+    Pixels source = Pixels.argb(pixels, width, height, "pixels");
+    Levelled<Void> plan = source.plan(options);
+    return plan.withImage(plan.isLevelled() ? rotateArgb(pixels, plan.turn(), plan.fill()) : pixels);
+  }
+
+  /**
+   * Levels an ARGB page into a given array, which receives a copy of a page that is left alone.
+   *
+   * @param pixels width * height pixels
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @param result another array, long enough for the page and for the level image
+   * @return the result
+   */
+  public static Levelled<int[]> levelArgb(
+      int[] pixels, int width, int height, LevelOptions options, int[] result) {
+    Pixels source = Pixels.argb(pixels, width, height, "pixels");
+    Pixels.argb(result, width, height, "result");
+    Levelled<Void> plan = source.plan(options);
+    rotateArgb(pixels, plan.turn(), plan.fill(), result);
+    return plan.withImage(result);
+  }
+
+  /**
+   * Levels an RGB page with the default options.
    *
    * @param pixels 3 * width * height bytes
    * @param width columns
    * @param height rows
-   * @return the levelled bytes and the angle
+   * @return the level bytes in a new array, or the given array if the page was left alone
    */
-  public static Deskewed<byte[]> deskewRgb(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 3, width, height);
-    byte[] result = new byte[3 * width * height];
-    return new Deskewed<>(result, deskewRgb(pixels, result, width, height));
+  public static Levelled<byte[]> levelRgb(byte[] pixels, int width, int height) {
+    return levelRgb(pixels, width, height, LevelOptions.DEFAULTS);
   }
 
   /**
-   * Levels an RGB image into a given array. Uncovered corners become black.
+   * Levels an RGB page.
    *
    * @param pixels 3 * width * height bytes
-   * @param result receives the levelled bytes; another array of at least that length
    * @param width columns
    * @param height rows
-   * @return the angle, degrees
+   * @param options what is wanted
+   * @return the level bytes in a new array, or the given array if the page was left alone
    */
-  public static double deskewRgb(byte[] pixels, byte[] result, int width, int height) {
-    require(pixels, "pixels", pixels.length, 3, width, height);
-    require(result, "result", result.length, 3, width, height);
-    requireOther(pixels, result);
-    synchronized (ImgSkewCorrectionLib.class) {
-      return angle(ImgSkewCorrectionLib.ImgSkewCorrect_Snapshot_ByteArray(pixels, result, width, height));
-    }
+  public static Levelled<byte[]> levelRgb(byte[] pixels, int width, int height, LevelOptions options) {
+    Pixels source = Pixels.rgb(pixels, width, height, "pixels");
+    Levelled<Void> plan = source.plan(options);
+    return plan.withImage(plan.isLevelled() ? rotateRgb(pixels, plan.turn(), plan.fill()) : pixels);
   }
 
   /**
-   * Levels a gray image into a new array. Uncovered corners become white.
+   * Levels an RGB page into a given array, which receives a copy of a page that is left alone.
+   *
+   * @param pixels 3 * width * height bytes
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @param result another array, long enough for the page and for the level image
+   * @return the result
+   */
+  public static Levelled<byte[]> levelRgb(
+      byte[] pixels, int width, int height, LevelOptions options, byte[] result) {
+    Pixels source = Pixels.rgb(pixels, width, height, "pixels");
+    Pixels.rgb(result, width, height, "result");
+    Levelled<Void> plan = source.plan(options);
+    rotateRgb(pixels, plan.turn(), plan.fill(), result);
+    return plan.withImage(result);
+  }
+
+  /**
+   * Levels a gray page with the default options.
    *
    * @param pixels width * height bytes
    * @param width columns
    * @param height rows
-   * @return the levelled bytes and the angle
+   * @return the level bytes in a new array, or the given array if the page was left alone
    */
-  public static Deskewed<byte[]> deskewGray(byte[] pixels, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    byte[] result = new byte[width * height];
-    return new Deskewed<>(result, deskewGray(pixels, result, width, height));
+  public static Levelled<byte[]> levelGray(byte[] pixels, int width, int height) {
+    return levelGray(pixels, width, height, LevelOptions.DEFAULTS);
   }
 
   /**
-   * Levels a gray image into a given array. Uncovered corners become white.
+   * Levels a gray page.
    *
    * @param pixels width * height bytes
-   * @param result receives the levelled bytes; another array of at least that length
    * @param width columns
    * @param height rows
-   * @return the angle, degrees
+   * @param options what is wanted
+   * @return the level bytes in a new array, or the given array if the page was left alone
    */
-  public static double deskewGray(byte[] pixels, byte[] result, int width, int height) {
-    require(pixels, "pixels", pixels.length, 1, width, height);
-    require(result, "result", result.length, 1, width, height);
-    requireOther(pixels, result);
-    double angle = measureGray(pixels, width, height);
-    check(PageLib.rotateGray(pixels, result, width, height, angle));
-    return angle;
+  public static Levelled<byte[]> levelGray(byte[] pixels, int width, int height, LevelOptions options) {
+    Pixels source = Pixels.gray(pixels, width, height, "pixels");
+    Levelled<Void> plan = source.plan(options);
+    return plan.withImage(plan.isLevelled() ? rotateGray(pixels, plan.turn(), plan.fill()) : pixels);
   }
 
-  private static byte[] grayOfRgb(byte[] rgb, int count) {
-    byte[] gray = new byte[count];
-    for (int i = 0; i < count; ++i) {
-      gray[i] = luma(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]);
-    }
-    return gray;
+  /**
+   * Levels a gray page into a given array, which receives a copy of a page that is left alone.
+   *
+   * @param pixels width * height bytes
+   * @param width columns
+   * @param height rows
+   * @param options what is wanted
+   * @param result another array, long enough for the page and for the level image
+   * @return the result
+   */
+  public static Levelled<byte[]> levelGray(
+      byte[] pixels, int width, int height, LevelOptions options, byte[] result) {
+    Pixels source = Pixels.gray(pixels, width, height, "pixels");
+    Pixels.gray(result, width, height, "result");
+    Levelled<Void> plan = source.plan(options);
+    rotateGray(pixels, plan.turn(), plan.fill(), result);
+    return plan.withImage(result);
   }
 
-  /** The library's own luma, of the low 8 bits of each channel. */
-  private static byte luma(int red, int green, int blue) {
-    return (byte) ((306 * (red & 255) + 601 * (green & 255) + 117 * (blue & 255)) >> 10);
+  /**
+   * Levels a gray plane into a new array, which receives a copy of a page that is left alone.
+   *
+   * @param plane a direct buffer
+   * @param width columns
+   * @param height rows
+   * @param rowStride bytes from row to row
+   * @param pixelStride bytes from pixel to pixel
+   * @param options what is wanted
+   * @return the level bytes, without gaps
+   */
+  public static Levelled<byte[]> levelGray(
+      ByteBuffer plane, int width, int height, int rowStride, int pixelStride, LevelOptions options) {
+    Levelled<Void> plan =
+        Pixels.plane(plane, width, height, rowStride, pixelStride, "plane").plan(options);
+    return plan.withImage(rotateGray(plane, rowStride, pixelStride, plan.turn(), plan.fill()));
   }
 
-  /** The angle of the call that returned this code; the caller holds the lock since before that call. */
-  private static double angle(int code) {
-    check(code);
-    return ImgSkewCorrectionLib.AmountOfSkewInImage();
+  /**
+   * Levels a gray plane into a given buffer, which receives a copy of a page that is left alone.
+   *
+   * @param plane a direct buffer
+   * @param width columns
+   * @param height rows
+   * @param rowStride bytes from row to row
+   * @param pixelStride bytes from pixel to pixel
+   * @param options what is wanted
+   * @param result another direct buffer, with room for the page and for the level image from its position on
+   * @return the result
+   */
+  public static Levelled<ByteBuffer> levelGray(
+      ByteBuffer plane,
+      int width,
+      int height,
+      int rowStride,
+      int pixelStride,
+      LevelOptions options,
+      ByteBuffer result) {
+    Pixels source = Pixels.plane(plane, width, height, rowStride, pixelStride, "plane");
+    Pixels.result(result, width, height);
+    Levelled<Void> plan = source.plan(options);
+    Turn turn = plan.turn();
+    source.rotate(turn, plan.fill(), Pixels.result(result, turn.resultWidth(), turn.resultHeight()));
+    return plan.withImage(result);
   }
 
-  static void check(int code) {
-    if (code == 2) {
-      throw new OutOfMemoryError("no native memory for a working copy of the image");
-    }
-    if (code != 0) {
-      throw new IllegalStateException(
-          "the native library failed with code " + code + ", most likely for lack of memory");
-    }
+  // ---- Turning by any angle ----
+
+  /**
+   * Turns an ARGB image into a new array.
+   *
+   * @param pixels width * height pixels, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @return the turned pixels, of the result's size that the turn names
+   */
+  public static int[] rotateArgb(int[] pixels, Turn turn, int fill) {
+    Pixels source = Pixels.argb(pixels, turn.width(), turn.height(), "pixels");
+    int[] result = new int[Pixels.length(turn, 1)];
+    source.rotate(turn, fill, Pixels.argb(result, turn.resultWidth(), turn.resultHeight(), "result"));
+    return result;
   }
 
-  static void require(Object array, String name, int length, int channels, int width, int height) {
-    Objects.requireNonNull(array, name);
-    if (width < SMALLEST_SIDE || height < SMALLEST_SIDE) {
-      throw new IllegalArgumentException(
-          "an image of " + width + " x " + height + " pixels is too small: both sides must be at least "
-              + SMALLEST_SIDE);
-    }
-    long needed = (long) width * height; // below 2^62, so channels times it cannot wrap
-    if (needed > Integer.MAX_VALUE / channels || length < channels * needed) {
-      throw new IllegalArgumentException(
-          name + ": " + width + " x " + height + " pixels of " + channels
-              + (channels == 1 ? " element" : " elements") + " do not fit an array of " + length);
-    }
+  /**
+   * Turns an ARGB image into a given array.
+   *
+   * @param pixels width * height pixels, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @param result receives the turned pixels
+   */
+  public static void rotateArgb(int[] pixels, Turn turn, int fill, int[] result) {
+    Pixels.argb(pixels, turn.width(), turn.height(), "pixels")
+        .rotate(turn, fill, Pixels.argb(result, turn.resultWidth(), turn.resultHeight(), "result"));
   }
 
-  private static void requireOther(Object pixels, Object result) {
-    if (pixels == result) {
-      throw new IllegalArgumentException("the result must be another array than the source");
-    }
+  /**
+   * Turns an RGB image into a new array.
+   *
+   * @param pixels 3 * width * height bytes, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @return the turned bytes, of the result's size that the turn names
+   */
+  public static byte[] rotateRgb(byte[] pixels, Turn turn, int fill) {
+    Pixels source = Pixels.rgb(pixels, turn.width(), turn.height(), "pixels");
+    byte[] result = new byte[Pixels.length(turn, 3)];
+    source.rotate(turn, fill, Pixels.rgb(result, turn.resultWidth(), turn.resultHeight(), "result"));
+    return result;
+  }
+
+  /**
+   * Turns an RGB image into a given array.
+   *
+   * @param pixels 3 * width * height bytes, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @param result receives the turned bytes
+   */
+  public static void rotateRgb(byte[] pixels, Turn turn, int fill, byte[] result) {
+    Pixels.rgb(pixels, turn.width(), turn.height(), "pixels")
+        .rotate(turn, fill, Pixels.rgb(result, turn.resultWidth(), turn.resultHeight(), "result"));
+  }
+
+  /**
+   * Turns a gray image into a new array.
+   *
+   * @param pixels width * height bytes, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @return the turned bytes, of the result's size that the turn names
+   */
+  public static byte[] rotateGray(byte[] pixels, Turn turn, int fill) {
+    Pixels source = Pixels.gray(pixels, turn.width(), turn.height(), "pixels");
+    byte[] result = new byte[Pixels.length(turn, 1)];
+    source.rotate(turn, fill, Pixels.gray(result, turn.resultWidth(), turn.resultHeight(), "result"));
+    return result;
+  }
+
+  /**
+   * Turns a gray image into a given array.
+   *
+   * @param pixels width * height bytes, of the size that the turn names
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @param result receives the turned bytes
+   */
+  public static void rotateGray(byte[] pixels, Turn turn, int fill, byte[] result) {
+    Pixels.gray(pixels, turn.width(), turn.height(), "pixels")
+        .rotate(turn, fill, Pixels.gray(result, turn.resultWidth(), turn.resultHeight(), "result"));
+  }
+
+  /**
+   * Turns a gray plane into a new array.
+   *
+   * @param plane a direct buffer with an image of the size that the turn names
+   * @param rowStride bytes from row to row
+   * @param pixelStride bytes from pixel to pixel
+   * @param turn the rotation
+   * @param fill the colour of what comes into view
+   * @return the turned bytes, of the result's size that the turn names, without gaps
+   */
+  public static byte[] rotateGray(ByteBuffer plane, int rowStride, int pixelStride, Turn turn, int fill) {
+    Pixels source = Pixels.plane(plane, turn.width(), turn.height(), rowStride, pixelStride, "plane");
+    byte[] result = new byte[Pixels.length(turn, 1)];
+    source.rotate(turn, fill, Pixels.gray(result, turn.resultWidth(), turn.resultHeight(), "result"));
+    return result;
   }
 }

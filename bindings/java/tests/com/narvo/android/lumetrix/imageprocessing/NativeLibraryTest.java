@@ -16,12 +16,21 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Collectors;
+import javax.imageio.IIOImage;
 import javax.imageio.ImageIO;
+import javax.imageio.ImageReader;
+import javax.imageio.ImageTypeSpecifier;
+import javax.imageio.ImageWriter;
+import javax.imageio.metadata.IIOMetadata;
+import javax.imageio.metadata.IIOMetadataNode;
+import javax.imageio.stream.ImageInputStream;
+import javax.imageio.stream.ImageOutputStream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** Loading the library, in Java machines of their own, and the program that levels a file. */
 class NativeLibraryTest {
+  private static final String PNG = "javax_imageio_png_1.0";
   private static final String PROGRAM = "com.narvo.android.lumetrix.imageprocessing.desktop.DeskewFile";
 
   @TempDir Path folder;
@@ -31,9 +40,9 @@ class NativeLibraryTest {
   /** Runs the program on a page drawn for it; returns the exit code. */
   private int run(String classPath, String... properties) throws IOException, InterruptedException {
     File in = folder.resolve("in.png").toFile(), out = folder.resolve("out.png").toFile();
-    BufferedImage page = new BufferedImage(301, 200, BufferedImage.TYPE_INT_RGB);
-    page.setRGB(0, 0, 301, 200, Pages.argb(301, 200, 7), 0, 301);
-    ImageIO.write(page, "png", in);
+    BufferedImage page = new BufferedImage(601, 500, BufferedImage.TYPE_INT_RGB);
+    page.setRGB(0, 0, 601, 500, Pages.argb(601, 500, 7), 0, 601);
+    write(page, in);
     Files.deleteIfExists(out.toPath());
     List<String> command = new ArrayList<>();
     command.add(System.getProperty("java.home") + "/bin/java");
@@ -49,9 +58,36 @@ class NativeLibraryTest {
     return code;
   }
 
-  private void assertAngleFound(int code) {
+  /** Writes a page of 300 dots per inch. */
+  private static void write(BufferedImage page, File file) throws IOException {
+    ImageWriter writer = ImageIO.getImageWritersByFormatName("png").next();
+    IIOMetadata metadata = writer.getDefaultImageMetadata(new ImageTypeSpecifier(page), null);
+    IIOMetadataNode root = new IIOMetadataNode(PNG), size = new IIOMetadataNode("pHYs");
+    size.setAttribute("pixelsPerUnitXAxis", "11811");
+    size.setAttribute("pixelsPerUnitYAxis", "11811");
+    size.setAttribute("unitSpecifier", "meter");
+    root.appendChild(size);
+    metadata.mergeTree(PNG, root);
+    try (ImageOutputStream stream = ImageIO.createImageOutputStream(file)) {
+      writer.setOutput(stream);
+      writer.write(null, new IIOImage(page, null, metadata), null);
+    }
+  }
+
+  private void assertResolutionKept(File file) throws IOException {
+    ImageReader reader = ImageIO.getImageReadersByFormatName("png").next();
+    try (ImageInputStream stream = ImageIO.createImageInputStream(file)) {
+      reader.setInput(stream);
+      IIOMetadataNode tree = (IIOMetadataNode) reader.getImageMetadata(0).getAsTree(PNG);
+      IIOMetadataNode size = (IIOMetadataNode) tree.getElementsByTagName("pHYs").item(0);
+      assertEquals("11811", size.getAttribute("pixelsPerUnitYAxis"));
+    }
+  }
+
+  private void assertAngleFound(int code) throws IOException {
     assertEquals(0, code, output);
-    assertTrue(output.matches("angle: (6\\.[6-9]|7\\.[0-4]) degrees"), output);
+    assertResolutionKept(folder.resolve("out.png").toFile());
+    assertTrue(output.matches("angle: (6\\.9|7\\.0)[0-9] degrees, trusted: levelled"), output);
   }
 
   private static String jar() {

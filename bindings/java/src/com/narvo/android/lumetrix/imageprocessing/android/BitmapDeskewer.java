@@ -1,14 +1,16 @@
 package com.narvo.android.lumetrix.imageprocessing.android;
 
 import android.graphics.Bitmap;
-import com.narvo.android.lumetrix.imageprocessing.Deskewed;
 import com.narvo.android.lumetrix.imageprocessing.Deskewer;
+import com.narvo.android.lumetrix.imageprocessing.LevelOptions;
+import com.narvo.android.lumetrix.imageprocessing.Levelled;
+import com.narvo.android.lumetrix.imageprocessing.PageAngle;
 
 /**
- * Measures and levels Android bitmaps. Threads, limits and exceptions are those of {@link Deskewer}.
+ * Measures and levels Android bitmaps. Threads, limits and exceptions are those of {@link Deskewer}; no argument may be
+ * null, and no method returns null.
  *
- * <p>A call holds the pixels of the bitmap as an int array, 4 bytes a pixel, and {@link #deskew} a second one of that
- * size for the result.
+ * <p>A call holds the pixels of the bitmap as an int array, 4 bytes a pixel, and levelling a second one for the result.
  */
 public final class BitmapDeskewer {
   private BitmapDeskewer() {}
@@ -17,23 +19,37 @@ public final class BitmapDeskewer {
    * Measures a bitmap.
    *
    * @param bitmap any bitmap whose pixels can be read; not changed
-   * @return the angle, degrees, positive for lines that fall to the right
+   * @return the angle and how far to rely on it
    */
-  public static double measure(Bitmap bitmap) {
-    return Deskewer.measureArgb(pixels(bitmap), bitmap.getWidth(), bitmap.getHeight());
+  public static PageAngle measure(Bitmap bitmap) {
+    return Deskewer.measurePageArgb(pixels(bitmap), bitmap.getWidth(), bitmap.getHeight());
   }
 
   /**
-   * Levels a bitmap. Uncovered corners become opaque white.
+   * Levels a bitmap with the default options: one whose angle is not trusted is left alone.
    *
    * @param bitmap any bitmap whose pixels can be read; not changed
-   * @return a new immutable bitmap of the same size with 8 bits a channel, and the angle
+   * @return a new immutable bitmap with 8 bits a channel, or the given one if it was left alone
    */
-  public static Deskewed<Bitmap> deskew(Bitmap bitmap) {
-    int width = bitmap.getWidth(), height = bitmap.getHeight();
-    Deskewed<int[]> level = Deskewer.deskewArgb(pixels(bitmap), width, height);
-    return new Deskewed<>(
-        Bitmap.createBitmap(level.image(), width, height, Bitmap.Config.ARGB_8888), level.angle());
+  public static Levelled<Bitmap> level(Bitmap bitmap) {
+    return level(bitmap, LevelOptions.DEFAULTS);
+  }
+
+  /**
+   * Levels a bitmap.
+   *
+   * @param bitmap any bitmap whose pixels can be read; not changed
+   * @param options what is wanted
+   * @return a new immutable bitmap with 8 bits a channel, or the given one if it was left alone
+   */
+  public static Levelled<Bitmap> level(Bitmap bitmap, LevelOptions options) {
+    Levelled<int[]> level =
+        Deskewer.levelArgb(pixels(bitmap), bitmap.getWidth(), bitmap.getHeight(), options);
+    if (!level.isLevelled()) {
+      return level.withImage(bitmap);
+    }
+    int width = level.turn().resultWidth(), height = level.turn().resultHeight();
+    return level.withImage(Bitmap.createBitmap(level.image(), width, height, Bitmap.Config.ARGB_8888));
   }
 
   private static int[] pixels(Bitmap bitmap) {

@@ -1,17 +1,23 @@
 package com.narvo.android.lumetrix.imageprocessing.desktop;
 
-import com.narvo.android.lumetrix.imageprocessing.Deskewed;
 import com.narvo.android.lumetrix.imageprocessing.Deskewer;
+import com.narvo.android.lumetrix.imageprocessing.LevelOptions;
+import com.narvo.android.lumetrix.imageprocessing.Levelled;
+import com.narvo.android.lumetrix.imageprocessing.PageAngle;
+import com.narvo.android.lumetrix.imageprocessing.Turn;
 import java.awt.color.ColorSpace;
 import java.awt.image.BufferedImage;
+import java.awt.image.ColorModel;
 import java.awt.image.ComponentColorModel;
+import java.awt.image.DataBuffer;
 
 /**
- * Measures and levels images of Java's own kind, of any type. Threads, limits and exceptions are those of {@link
- * Deskewer}.
+ * Measures and levels images of Java's own kind, of any type; results keep the type, the colour space and the depth.
+ * Threads, limits and exceptions are those of {@link Deskewer}; no argument may be null, and no method returns null.
  *
- * <p>Gray images are handled by their stored samples, opaque ones as gray bytes; all others as ARGB in the standard
- * RGB colour space. Deeper channels are cut down to 8 bits.
+ * <p>Images are measured with 8 bits a channel, gray ones by their stored samples. Images of 8 bits a channel are
+ * turned by the native library; indexed, one-bit and packed ones too, and each pixel of theirs takes the nearest of the
+ * colours they have. Deeper channels are turned here, at full depth.
  */
 public final class ImageDeskewer {
   private ImageDeskewer() {}
@@ -20,34 +26,78 @@ public final class ImageDeskewer {
    * Measures an image.
    *
    * @param image any image; not changed
-   * @return the angle, degrees, positive for lines that fall to the right
+   * @return the angle and how far to rely on it
    */
-  public static double measure(BufferedImage image) {
+  public static PageAngle measure(BufferedImage image) {
     int width = image.getWidth(), height = image.getHeight();
-    return isOpaqueGray(image)
-        ? Deskewer.measureGray(samples(image, 0), width, height)
-        : Deskewer.measureArgb(argbPixels(image), width, height);
+    return isGray(image)
+        ? Deskewer.measurePageGray(graySamples(image), width, height)
+        : Deskewer.measurePageArgb(argbPixels(image), width, height);
   }
 
   /**
-   * Levels an image. Uncovered corners become white.
+   * Levels an image with the default options: one whose angle is not trusted is left alone.
    *
    * @param image any image; not changed
-   * @return a new image of the same size and the angle: {@link BufferedImage#TYPE_INT_ARGB} if the image has alpha,
-   *     else {@link BufferedImage#TYPE_BYTE_GRAY} for a gray image and {@link BufferedImage#TYPE_INT_RGB} for a
-   *     colour image
+   * @return a new image of the same type, or the given one if it was left alone
    */
-  public static Deskewed<BufferedImage> deskew(BufferedImage image) {
+  public static Levelled<BufferedImage> level(BufferedImage image) {
+    return level(image, LevelOptions.DEFAULTS);
+  }
+
+  /**
+   * Levels an image.
+   *
+   * @param image any image; not changed
+   * @param options what is wanted
+   * @return a new image of the same type, or the given one if it was left alone
+   */
+  public static Levelled<BufferedImage> level(BufferedImage image, LevelOptions options) {
     int width = image.getWidth(), height = image.getHeight();
-    if (isOpaqueGray(image)) {
-      Deskewed<byte[]> level = Deskewer.deskewGray(samples(image, 0), width, height);
-      BufferedImage result = new BufferedImage(width, height, BufferedImage.TYPE_BYTE_GRAY);
-      result.getRaster().setDataElements(0, 0, width, height, level.image());
-      return new Deskewed<>(result, level.angle());
+    Levelled<?> plan =
+        isGray(image)
+            ? Deskewer.planGray(graySamples(image), width, height, options)
+            : Deskewer.planArgb(argbPixels(image), width, height, options);
+    return plan.withImage(plan.isLevelled() ? rotate(image, plan.turn(), plan.fill()) : image);
+  }
+
+  /**
+   * Turns an image.
+   *
+   * @param image any image of the size that the turn names; not changed
+   * @param turn the rotation
+   * @param fill the colour of what comes into view, 0xAARRGGBB
+   * @return a new image of the same type
+   */
+  public static BufferedImage rotate(BufferedImage image, Turn turn, int fill) {
+    if (image.getWidth() != turn.width() || image.getHeight() != turn.height()) {
+      throw new IllegalArgumentException(
+          "an image of " + image.getWidth() + " x " + image.getHeight() + " pixels, and a turn of " + turn);
     }
-    Deskewed<int[]> level = Deskewer.deskewArgb(argbPixels(image), width, height);
-    return new Deskewed<>(
-        fromArgb(level.image(), width, height, image.getColorModel().hasAlpha()), level.angle());
+    int width = turn.resultWidth(), height = turn.resultHeight();
+    ColorModel colours = image.getColorModel();
+    BufferedImage result =
+        new BufferedImage(
+            colours,
+            image.getRaster().createCompatibleWritableRaster(width, height),
+            colours.isAlphaPremultiplied(),
+            null);
+    if (!(colours instanceof ComponentColorModel)) {
+      result.setRGB(0, 0, width, height, Deskewer.rotateArgb(argbPixels(image), turn, fill), 0, width);
+      return result;
+    }
+    boolean bytes = colours.getTransferType() == DataBuffer.TYPE_BYTE;
+    for (int band = 0; band < image.getRaster().getNumBands(); ++band) {
+      double ground = sample(colours, fill, band);
+      if (bytes) {
+        int gray = (int) ground;
+        byte[] turned = Deskewer.rotateGray(byteSamples(image, band, 0), turn, gray * 0x010101);
+        BandRotation.store(turned, result.getRaster(), band);
+      } else {
+        BandRotation.rotate(image.getRaster(), result.getRaster(), band, turn, ground);
+      }
+    }
+    return result;
   }
 
   /**
@@ -64,46 +114,71 @@ public final class ImageDeskewer {
     if (!isGray(image)) {
       return image.getRGB(0, 0, width, height, null, 0, width);
     }
-    byte[] gray = samples(image, 0);
-    byte[] alpha = image.getColorModel().hasAlpha() ? samples(image, 1) : null;
+    byte[] gray = graySamples(image);
     int[] pixels = new int[gray.length];
+    boolean alpha = image.getColorModel().hasAlpha();
     for (int i = 0; i < pixels.length; ++i) {
-      pixels[i] = (alpha == null ? 0xFF000000 : alpha[i] << 24) | (gray[i] & 255) * 0x010101;
+      int opacity = alpha ? image.getColorModel().getAlpha(element(image, i % width, i / width)) : 255;
+      pixels[i] = opacity << 24 | (gray[i] & 255) * 0x010101;
     }
     return pixels;
   }
 
-  /** Makes an image of ARGB pixels; without alpha theirs is dropped. */
-  static BufferedImage fromArgb(int[] pixels, int width, int height, boolean alpha) {
-    int type = alpha ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
-    BufferedImage image = new BufferedImage(width, height, type);
-    image.getRaster().setDataElements(0, 0, width, height, pixels);
-    return image;
-  }
-
-  private static boolean isOpaqueGray(BufferedImage image) {
-    return isGray(image) && !image.getColorModel().hasAlpha();
+  private static Object element(BufferedImage image, int x, int y) {
+    return image.getRaster().getDataElements(x, y, null);
   }
 
   // By the stored samples, and not through getRGB, which takes them for linear light and changes them.
   private static boolean isGray(BufferedImage image) {
-    return image.getColorModel().getColorSpace().getType() == ColorSpace.TYPE_GRAY
-        && image.getColorModel() instanceof ComponentColorModel
-        && image.getColorModel().getComponentSize(0) >= 8;
+    return image.getColorModel() instanceof ComponentColorModel
+        && image.getColorModel().getColorSpace().getType() == ColorSpace.TYPE_GRAY;
   }
 
-  /** One channel of an image, its upper 8 bits. */
-  private static byte[] samples(BufferedImage image, int band) {
+  /** The gray channel, with 8 bits. */
+  private static byte[] graySamples(BufferedImage image) {
+    ColorModel colours = image.getColorModel();
+    int type = colours.getTransferType();
+    if (type == DataBuffer.TYPE_BYTE || type == DataBuffer.TYPE_USHORT) {
+      return byteSamples(image, 0, colours.getComponentSize(0) - 8);
+    }
+    int width = image.getWidth();
+    byte[] samples = new byte[width * image.getHeight()];
+    for (int i = 0; i < samples.length; ++i) {
+      float value = colours.getNormalizedComponents(element(image, i % width, i / width), null, 0)[0];
+      samples[i] = (byte) Math.max(0, Math.min(255, Math.round(value * 255)));
+    }
+    return samples;
+  }
+
+  /** One channel of an image, without its lowest bits. */
+  private static byte[] byteSamples(BufferedImage image, int band, int shift) {
     int width = image.getWidth(), height = image.getHeight();
-    int shift = image.getColorModel().getComponentSize(band) - 8;
     byte[] samples = new byte[width * height];
     int[] row = new int[width];
     for (int y = 0; y < height; ++y) {
       image.getRaster().getSamples(0, y, width, 1, band, row);
       for (int x = 0; x < width; ++x) {
-        samples[y * width + x] = (byte) (row[x] >> shift);
+        samples[y * width + x] = (byte) (shift < 0 ? row[x] << -shift : row[x] >> shift);
       }
     }
     return samples;
+  }
+
+  /** What one channel stores for a colour. A gray channel takes its luma as it is. */
+  private static double sample(ColorModel colours, int argb, int band) {
+    int alpha = argb >>> 24, red = argb >> 16 & 255, green = argb >> 8 & 255, blue = argb & 255;
+    boolean gray = colours.getColorSpace().getType() == ColorSpace.TYPE_GRAY;
+    float[] normal =
+        gray
+            ? new float[] {((306 * red + 601 * green + 117 * blue) >> 10) / 255f}
+            : colours.getColorSpace().fromRGB(new float[] {red / 255f, green / 255f, blue / 255f});
+    float value = band < normal.length ? normal[band] : alpha / 255f;
+    if (colours.isAlphaPremultiplied() && band < normal.length) {
+      value *= alpha / 255f;
+    }
+    int type = colours.getTransferType();
+    boolean floating = type == DataBuffer.TYPE_FLOAT || type == DataBuffer.TYPE_DOUBLE;
+    long largest = (1L << Math.min(colours.getComponentSize(band), type == DataBuffer.TYPE_SHORT ? 15 : 32)) - 1;
+    return floating ? value : Math.rint(value * largest);
   }
 }
