@@ -7,7 +7,6 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "include/skewcorrection/page.h"
 #include "include/skewcorrection/skew.h"
 
 namespace accuracy {
@@ -29,13 +28,13 @@ class Stopwatch {
 
 }  // namespace
 
-Answer measure_page(const Gray& page) {
+SkewPage measure_page(const Gray& page, double* milliseconds) {
   const Stopwatch watch;
   SkewPage found;
   if (skew_measure_page(page.pixels.data(), page.width, page.height, page.width, &found) != SKEW_OK)
     throw std::runtime_error("skew_measure_page failed");
-  return {found.angle, found.verdict == SKEW_PAGE_TRUSTED, found.verdict == SKEW_PAGE_BLANK,
-          watch.milliseconds()};
+  *milliseconds = watch.milliseconds();
+  return found;
 }
 
 Answer measure_driver(const Gray& page) {
@@ -47,23 +46,33 @@ Answer measure_driver(const Gray& page) {
   double angle = 0;
   if (SkewCorrection(padded.data(), page.width, page.height, &angle) != SKEW_OK)
     throw std::runtime_error("SkewCorrection failed");
-  return {angle, true, false, watch.milliseconds()};
+  return {angle, true, watch.milliseconds()};
 }
 
-Answer measure_leptonica(const Gray& page) {
+PIX* to_pix(const Gray& page) {
   PIX* gray = pixCreate(page.width, page.height, 8);
   for (int y = 0; y < page.height; ++y) {
     l_uint32* line = pixGetData(gray) + static_cast<size_t>(y) * pixGetWpl(gray);
     for (int x = 0; x < page.width; ++x) SET_DATA_BYTE(line, x, page.row(y)[x]);
   }
+  return gray;
+}
+
+Answer measure_leptonica(const Gray& page) {
+  PIX* gray = to_pix(page);
   const Stopwatch watch;
-  PIX* binary = pixAdaptThresholdToBinary(gray, nullptr, 1.0f);
+  PIX* normal = pixBackgroundNormSimple(gray, nullptr, nullptr);  // refuses pages of one shade, and tiny ones
+  PIX* used = normal != nullptr ? normal : gray;
+  l_int32 threshold = 128;
+  pixSplitDistributionFgBg(used, 0, 1, &threshold, nullptr, nullptr, nullptr);
+  PIX* binary = pixThresholdToBinary(used, threshold + 1);
   float angle = 0, confidence = 0;
   // Refuses empty pages; they count as "not sure".
   const bool failed = binary == nullptr ||
-                      pixFindSkewSweepAndSearch(binary, &angle, &confidence, 2, 1, 45.0f, 1.0f, 0.01f) != 0;
-  const Answer answer = {failed ? 0.0 : -angle, !failed && confidence >= 3.0f, false, watch.milliseconds()};
+                      pixFindSkewSweepAndSearch(binary, &angle, &confidence, 2, 1, 45.0f, 0.5f, 0.01f) != 0;
+  const Answer answer = {failed ? 0.0 : -angle, !failed && confidence >= 3.0f, watch.milliseconds()};
   pixDestroy(&binary);
+  pixDestroy(&normal);
   pixDestroy(&gray);
   return answer;
 }

@@ -1,26 +1,27 @@
-// The ways of measuring a page that the table compares.
+// The ways of measuring a page that the tables compare.
 #pragma once
 
 #include "accuracy/image.h"
+#include "include/skewcorrection/page.h"
+
+struct Pix;
 
 namespace accuracy {
 
 struct Answer {
   double angle = 0;
   bool trusted = false;
-  bool blank = false;  // only the page measurement can say so
-  double milliseconds = 0;
+  double milliseconds = 0;  // processor time
 };
 
-Answer measure_page(const Gray& page);       // skew_measure_page
-Answer measure_driver(const Gray& page);     // SkewCorrection; it trusts every answer
-Answer measure_leptonica(const Gray& page);  // adaptive binarisation, sweep and search over 45 degrees
+SkewPage measure_page(const Gray& page, double* milliseconds);  // skew_measure_page
+Answer measure_driver(const Gray& page);                        // SkewCorrection; it trusts every answer
 
-struct Method {
-  const char* name;
-  Answer (*measure)(const Gray&);
-};
-constexpr Method kMethods[] = {
-    {"page", measure_page}, {"driver", measure_driver}, {"leptonica", measure_leptonica}};
+// Background normalised, Otsu's threshold, sweep over 45 degrees and search; trusted from a confidence of 3 on,
+// as Leptonica's manual advises.
+Answer measure_leptonica(const Gray& page);
+
+// The caller destroys it.
+Pix* to_pix(const Gray& page);
 
 }  // namespace accuracy
