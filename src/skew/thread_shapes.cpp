@@ -26,11 +26,38 @@ static_assert(sizeof(void*) != 4 ||
                offsetof(SkewDetectParam, pAngle) == 32 && offsetof(SkewDetectParam, direction) == 36 &&
                offsetof(SkewDetectParam, pHorScore) == 56 && offsetof(SkewDetectParam, pVertAngle) == 84));
 
+// The version that pthread_join has had in glibc since the processor's first release. The newer one, which a linker
+// takes by itself, would keep the library from loading before glibc 2.34.
+#if defined(__GLIBC__) && defined(__x86_64__)
+#define SKEW_JOIN_VERSION "GLIBC_2.2.5"
+#elif defined(__GLIBC__) && defined(__i386__)
+#define SKEW_JOIN_VERSION "GLIBC_2.0"
+#elif defined(__GLIBC__) && defined(__aarch64__)
+#define SKEW_JOIN_VERSION "GLIBC_2.17"
+#elif defined(__GLIBC__) && defined(__arm__)
+#define SKEW_JOIN_VERSION "GLIBC_2.4"
+#elif defined(__GLIBC__) && defined(__riscv)
+#define SKEW_JOIN_VERSION "GLIBC_2.27"
+#endif
+#if defined(SKEW_JOIN_VERSION)
+// Weak, because older systems have it in a library of its own, which a program without threads does not load.
+extern "C" __attribute__((weak)) int skew_pthread_join(pthread_t thread, void** value);
+__asm__(".symver skew_pthread_join, pthread_join@" SKEW_JOIN_VERSION);
+#endif
+
 namespace {
 
 constexpr int kDifference = 1;  // VarianceParam::mode
 constexpr int kHorizontal = 1;  // SkewDetectParam::direction
 constexpr int kVertical = 2;
+
+bool joined(pthread_t thread) {
+#if defined(SKEW_JOIN_VERSION)
+  return skew_pthread_join != nullptr && skew_pthread_join(thread, nullptr) == 0;
+#else
+  return pthread_join(thread, nullptr) == 0;
+#endif
+}
 
 }  // namespace
 
@@ -69,6 +96,6 @@ int multi_pthread_join(int threadCount, const int32_t* pStartStatus, const pthre
   if (threadCount <= 0) return 1;
   int failures = 0;
   for (int i = 0; i < threadCount; ++i)
-    if (pStartStatus[i] == 0 && pthread_join(pThreads[i], nullptr) != 0) ++failures;
+    if (pStartStatus[i] == 0 && !joined(pThreads[i])) ++failures;
   return failures;
 }

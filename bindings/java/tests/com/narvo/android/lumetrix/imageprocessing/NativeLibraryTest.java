@@ -98,6 +98,24 @@ class NativeLibraryTest {
     return System.getProperty("skewcorrection.library.file");
   }
 
+  private static String ownFolder() {
+    return PackedLibrary.folder(System.getProperty("os.name"), System.getProperty("os.arch"));
+  }
+
+  @Test
+  void everyNameOfAProcessorLeadsToItsFolder() {
+    String[][] cases = {
+      {"Linux", "amd64", "linux-x86_64"}, {"Linux", "x86_64", "linux-x86_64"},
+      {"Linux", "aarch64", "linux-aarch64"}, {"Linux", "arm64", "linux-aarch64"},
+      {"Linux", "arm", "linux-armhf"}, {"Linux", "armv7l", "linux-armhf"},
+      {"Linux", "riscv64", "linux-riscv64"}, {"Linux", "AMD64", "linux-x86_64"},
+      {"Linux", "s390x", "linux-s390x"}, {"Mac OS X", "aarch64", "mac-os-x-aarch64"}
+    };
+    for (String[] c : cases) {
+      assertEquals(c[2], PackedLibrary.folder(c[0], c[1]));
+    }
+  }
+
   @Test
   void theFileInTheJarIsUnpackedIntoTheNamedFolderAndRemoved() throws Exception {
     Path own = Files.createDirectory(folder.resolve("own"));
@@ -125,7 +143,7 @@ class NativeLibraryTest {
     for (String part :
         new String[] {
           "skewcorrection.library.file: not set", "System.loadLibrary(\"SkewCorrection_Lib\")",
-          "META-INF/native/linux-" + System.getProperty("os.arch") + "/libSkewCorrection_Lib.so",
+          "META-INF/native/" + ownFolder() + "/libSkewCorrection_Lib.so",
           "skewcorrection.tmpdir", "/nowhere"
         }) {
       assertTrue(output.contains(part), part + " is missing in: " + output);
