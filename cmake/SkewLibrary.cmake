@@ -28,6 +28,10 @@ add_library(skewcorrection_no_runtime INTERFACE)
 target_compile_options(skewcorrection_no_runtime INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 target_link_libraries(skewcorrection_no_runtime INTERFACE skewcorrection_flags)
+if(SKEW_ANDROID)  # hardened as an NDK's own libraries are
+  target_compile_options(skewcorrection_no_runtime INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE
+    -D_FORTIFY_SOURCE=2 $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},aarch64>:-mbranch-protection=standard>)
+endif()
 target_link_libraries(skewcorrection_objects PRIVATE skewcorrection_no_runtime)
 
 set(SKEW_WIDER_FORMS OFF)

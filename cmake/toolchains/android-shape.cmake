@@ -16,7 +16,7 @@ set(skew_compile "-nostdlibinc -isystem ${skew_headers} -isystem /usr/include/an
 set(CMAKE_C_FLAGS_INIT "${skew_compile}")
 set(CMAKE_CXX_FLAGS_INIT "${skew_compile}")
 string(CONCAT CMAKE_SHARED_LINKER_FLAGS_INIT
-  "-nostdlib -fuse-ld=lld -Wno-unused-command-line-argument -Wl,--gc-sections -Wl,--hash-style=both "
+  "-nostdlib -fuse-ld=lld -Wl,--build-id=sha1 -Wno-unused-command-line-argument -Wl,--gc-sections -Wl,--hash-style=both "
   "-Wl,--no-rosegment -Wl,-z,noexecstack -Wl,-z,max-page-size=${SKEW_ANDROID_PAGE_SIZE} -Wl,--exclude-libs,ALL")
 set(CMAKE_C_STANDARD_LIBRARIES "")
 set(CMAKE_CXX_STANDARD_LIBRARIES "")

@@ -1,4 +1,4 @@
-/* Loads the 32-bit Android-shaped library as Android would find it and calls every JNI method through a function
+/* Loads an Android-shaped library as Android would find it and calls every JNI method through a function
  * table made by hand. The page it draws has a known angle. Prints what failed; exit code 0 when nothing did. */
 #include <dlfcn.h>
 #include <jni.h>

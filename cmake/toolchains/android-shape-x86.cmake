@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(SKEW_ANDROID_ABI x86)
+set(SKEW_ANDROID_TARGET i686-linux-android21)
+set(SKEW_ANDROID_PAGE_SIZE 4096)
+include(${CMAKE_CURRENT_LIST_DIR}/android-shape.cmake)
