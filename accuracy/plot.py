@@ -48,11 +48,12 @@ def errors(paths):
         body += [f'<path d="M{x_of(angle):.1f} {TOP}V{HEIGHT - BOTTOM}" stroke="#eeeeee"/>',
                  text(x_of(angle), HEIGHT - BOTTOM + 18, f"{angle}°")]
     for column, colour, _ in METHODS:
+        dots = ""
         for row in rows:
-            truth = float(row["truth"])
-            apart = abs(float(row[column]) - truth) % 90
-            body.append(f'<circle cx="{x_of(truth):.1f}" cy="{y_of(min(apart, 90 - apart)):.1f}" r="2.6" '
-                        f'fill="{colour}" fill-opacity="0.75"/>')
+            apart = abs(float(row[column]) - float(row["truth"])) % 90
+            dots += f'M{x_of(float(row["truth"])):.0f} {y_of(min(apart, 90 - apart)):.0f}h0'
+        body.append(f'<path d="{dots}" stroke="{colour}" stroke-opacity="0.75" stroke-width="5" '
+                    'stroke-linecap="round"/>')
     for i, (_, colour, label) in enumerate(METHODS):
         body += [f'<circle cx="{LEFT + 10 + i * 190}" cy="20" r="5" fill="{colour}"/>',
                  text(LEFT + 20 + i * 190, 25, label, "start")]

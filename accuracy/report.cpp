@@ -176,7 +176,7 @@ double median(std::vector<double> values) {
 }
 
 void print_report(const std::vector<Row>& rows) {
-  print_table(rows, "pages", &Page::group);
+  print_table(rows, "kind", &Page::group);
   print_table(rows, "spoilt by", &Page::way);
   print_verdicts(rows);
   print_again(rows);
