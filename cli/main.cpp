@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "cli/run.h"
+#include "cli/undo.h"
 #include "files/image_write.h"
 
 namespace {
@@ -58,27 +59,33 @@ bool parse_colour(const std::string& text, tool::Background& background) {
   return true;
 }
 
-void add_common(CLI::App* command, Options& o) {
-  command->add_option("INPUT", o.inputs, "Image files, folders of them, or - for standard input")
+void add_inputs(CLI::App* command, Options& o) {
+  command->add_option("INPUT", o.inputs, "Files, folders of them, or - for standard input")
       ->required()
       ->option_text("...");
-  command->add_flag("-r,--recursive", o.recursive, "Look for images in the folders below as well");
-  command->add_flag("--json", o.json, "One JSON object a page instead of a line of text");
+  command->add_flag("-r,--recursive", o.recursive, "Look in the folders below as well");
+  command->add_flag("--json", o.json, "JSON objects instead of lines of text");
   command->add_flag("-q,--quiet", o.quiet, "Print errors only");
+  command->add_option("--password", o.password, "Of PDF files that need one")->option_text("WORD");
+  command->add_flag("--tolerant", o.tolerant, "Take damaged files as far as they can be decoded");
+}
+
+void add_reading(CLI::App* command, Options& o) {
   command->add_option("-j,--jobs", o.jobs, "Pages worked on at once (default: one for each processor)")
       ->check(CLI::Range(1, 256))
       ->option_text("N");
-  command->add_option("--dpi", o.dpi, "Resolution at which PDF pages are drawn (default 300)")
+  command
+      ->add_option("--dpi", o.dpi,
+                   "Resolution at which PDF pages are drawn (default: that of the scan on the page)")
       ->check(CLI::Range(18.0, 2400.0))
       ->option_text("N");
   command
       ->add_option("--max-pixels", o.max_pixels, "Refuse larger images; 0 for no limit (default 200000000)")
       ->check(CLI::NonNegativeNumber)
       ->option_text("N");
-  command->add_flag("--tolerant", o.tolerant, "Take damaged files as far as they can be decoded");
 }
 
-void add_output(CLI::App* command, Options& o) {
+void add_target(CLI::App* command, Options& o) {
   command
       ->add_option("-o,--output", o.target.file, "The file to write for a single input; - is standard output")
       ->option_text("FILE");
@@ -88,10 +95,15 @@ void add_output(CLI::App* command, Options& o) {
   command->add_flag("--in-place", o.target.in_place, "Replace the sources themselves");
   command->add_flag("--overwrite", o.overwrite, "Replace results that exist");
   command->add_flag("--keep-time", o.keep_time, "Give results the time of their sources");
+}
+
+void add_output(CLI::App* command, Options& o) {
   command->add_flag("--resume", o.resume, "Skip pages whose result exists");
   command->add_flag("-n,--dry-run", o.dry_run, "Say what would be done and write nothing");
-  command->add_option("--format", o.format, "Write jpg, png, tif, webp or ppm (default: as the source)")
-      ->check(CLI::IsMember({"jpg", "jpeg", "png", "tif", "tiff", "webp", "ppm"}))
+  command
+      ->add_option("--format", o.format,
+                   "Write jpg, png, tif, webp or ppm, or pdf from PDF (default: as the source)")
+      ->check(CLI::IsMember({"jpg", "jpeg", "png", "tif", "tiff", "webp", "ppm", "pdf"}))
       ->option_text("FORMAT");
   command->add_option("--quality", o.quality, "Of JPEG and WebP, 1 to 100 (default 92)")
       ->check(CLI::Range(1, 100))
@@ -118,7 +130,8 @@ void add_limits(CLI::App* command, Options& o, Words& words) {
           "and else by the edge")
       ->check(CLI::IsMember({"text", "paper", "auto"}))
       ->option_text("WHAT");
-  command->add_flag("--force", o.force, "Straighten also where the angle is not trusted");
+  command->add_flag("--force", o.force,
+                    "Straighten also where the angle is not trusted, and signed PDF files");
   command->add_option("--min-angle", o.min_angle, "Leave smaller tilts alone, degrees (default 0.05)")
       ->check(CLI::Range(0.0, 45.0))
       ->option_text("DEGREES");
@@ -180,7 +193,8 @@ std::string settle(Options& o, const Words& words) {
   if (!parse_colour(words.background, o.background))
     return "--background: \"" + words.background + "\" is neither auto, white, black nor #RRGGBB";
   if (o.jobs == 0) o.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-  if (o.command != Command::kDeskew && o.command != Command::kRotate) return "";
+  if (o.command != Command::kDeskew && o.command != Command::kRotate && o.command != Command::kUndo)
+    return "";
 
   const std::string wrong = settle_target(o);
   if (!wrong.empty()) return wrong;
@@ -195,12 +209,13 @@ std::string settle(Options& o, const Words& words) {
 }
 
 struct Commands {
-  CLI::App *measure, *deskew, *report, *rotate;
+  CLI::App *measure, *deskew, *report, *rotate, *undo;
 
   Command chosen() const {
     return measure->parsed()  ? Command::kMeasure
            : deskew->parsed() ? Command::kDeskew
            : report->parsed() ? Command::kReport
+           : undo->parsed()   ? Command::kUndo
                               : Command::kRotate;
   }
 };
@@ -214,9 +229,14 @@ Commands define(CLI::App& app, Options& options, Words& words) {
       app.add_subcommand("deskew", "Measure every page and write it straightened"),
       app.add_subcommand("report", "Show on one HTML page how every page was measured"),
       app.add_subcommand("rotate", "Straighten by an angle measured elsewhere"),
+      app.add_subcommand("undo", "Give PDF files that were levelled back as they were"),
   };
-  for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report}) add_common(command, options);
+  for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report, c.undo}) add_inputs(command, options);
+  for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report}) add_reading(command, options);
+  for (CLI::App* command : {c.deskew, c.rotate, c.undo}) add_target(command, options);
   for (CLI::App* command : {c.deskew, c.rotate}) add_output(command, options);
+  for (CLI::App* command : {c.rotate, c.undo})
+    command->add_flag("--force", options.force, "Change signed PDF files, which breaks the signature");
   for (CLI::App* command : {c.deskew, c.rotate, c.report}) add_turning(command, words);
   for (CLI::App* command : {c.deskew, c.report}) add_limits(command, options, words);
   for (CLI::App* command : {c.measure, c.deskew, c.rotate})
@@ -254,7 +274,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    return tool::run(options);
+    return options.command == Command::kUndo ? tool::undo(options) : tool::run(options);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "skewcorrect: %s\n", error.what());
     return 1;

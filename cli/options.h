@@ -11,7 +11,7 @@
 
 namespace tool {
 
-enum class Command { kMeasure, kDeskew, kRotate, kReport };
+enum class Command { kMeasure, kDeskew, kRotate, kReport, kUndo };
 
 struct Background {
   bool sampled = true;  // take the colour from the page's own border
@@ -39,7 +39,8 @@ struct Options {
 
   std::string format;  // extension to write, empty: that of the source
   int quality = 92;
-  double dpi = 300.0;  // at which PDF pages are drawn
+  double dpi = 0.0;      // at which PDF pages are drawn; 0: as their own images
+  std::string password;  // of PDF files
   int64_t max_pixels = 200'000'000;
   bool tolerant = false;
 

@@ -21,6 +21,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr double kMeasuredDpi = 150.0;  // of PDF pages that are drawn to be measured
+constexpr double kDrawnDpi = 300.0;     // of those that become images
+
 bool exists(const std::string& path) {
   std::error_code ignored;
   return fs::exists(path, ignored);
@@ -63,7 +66,8 @@ std::string why_left(const SkewLevel& level, const Measurement& measurement) {
 
 FileJob::FileJob(const files::Input& input, const Options& options, files::Claims& claims)
     : options_(options), input_(input) {
-  read_options_.dpi = options.dpi;
+  read_options_.dpi = options.dpi > 0 ? options.dpi : kDrawnDpi;
+  read_options_.password = options.password;
   read_options_.max_pixels = options.max_pixels;
   read_options_.tolerant = options.tolerant;
   source_.name = input.name;
@@ -72,10 +76,25 @@ FileJob::FileJob(const files::Input& input, const Options& options, files::Claim
   try {
     source_ = files::open_source(input.path, input.name, read_options_);
     if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output(claims);
+    if (source_.format == files::Format::kPdf) open_pdf();
   } catch (const std::exception& error) {
     trouble_ = error.what();
     source_.pages = 1;  // one line for the whole file
   }
+}
+
+// Opens the structure of a PDF. A damaged one may still be drawn, by a program that is not so strict.
+void FileJob::open_pdf() {
+  try {
+    pdf_ = std::make_unique<files::PdfDocument>(input_.path,
+                                                files::PdfOptions{options_.password, options_.tolerant});
+  } catch (const files::Failure&) {
+    if (format_ == files::Format::kPdf) throw;
+  }
+  if (format_ != files::Format::kPdf) return;
+  if (options_.canvas == SKEW_CANVAS_EXPAND)
+    throw files::Failure("keeps the size of its pages: leave out --canvas expand, or write another format");
+  if (pdf_->pages() != source_.pages) throw files::Failure("is damaged (its pages cannot be counted)");
 }
 
 void FileJob::plan_output(files::Claims& claims) {
@@ -86,21 +105,23 @@ void FileJob::plan_output(files::Claims& claims) {
   }
   if (extension_.empty()) {
     extension_ = source_.extension;
-    if (source_.format == files::Format::kPdf) extension_ = "tif";
     if (source_.format == files::Format::kHeif) extension_ = "jpg";
   }
   format_ = files::writable_format(extension_);
+  if (format_ == files::Format::kPdf && source_.format != files::Format::kPdf)
+    throw files::Failure("is no PDF and cannot be written as one");
   if (format_ == files::Format::kOther)
-    throw files::Failure("cannot be written as \"" + extension_ + "\" (known: jpg, png, tif, webp, ppm)");
+    throw files::Failure("cannot be written as \"" + extension_ +
+                         "\" (known: jpg, png, tif, webp, ppm; pdf from PDF)");
   same_format_ = format_ == source_.format;
   if (options_.target.in_place && !same_format_)
     throw files::Failure("cannot be replaced by a file of another format (use -o or --output-dir)");
-  one_file_ = format_ == files::Format::kTiff;
+  one_file_ = format_ == files::Format::kTiff || format_ == files::Format::kPdf;
   if (!options_.target.given()) return;
   output_ = files::output_path(input_, options_.target, extension_);
   if (!one_file_ && source_.pages > 1 && files::is_stream(output_))
     throw files::Failure("has " + std::to_string(source_.pages) +
-                         " pages: only TIFF can carry them in one stream");
+                         " pages: only TIFF and PDF can carry them in one stream");
   for (int page = 0; page < (one_file_ ? 1 : source_.pages); ++page)
     claims.claim(output_of_page(page), options_.target.in_place);
   skips_ = one_file_ && stands(output_);
@@ -154,10 +175,22 @@ PageResult FileJob::run_page(int page) {
   return result;
 }
 
+// Pages of a PDF are drawn at the resolution of the scan they consist of, if they do.
+files::Page FileJob::read(int number) {
+  files::ReadOptions how = read_options_;
+  if (pdf_ && options_.dpi == 0) {
+    const bool measured_only =
+        options_.command == Command::kMeasure || options_.dry_run || format_ == files::Format::kPdf;
+    const std::lock_guard<std::mutex> lock(pdf_mutex_);
+    how.dpi = pdf_->drawing_dpi(number, measured_only ? kMeasuredDpi : kDrawnDpi);
+  }
+  return files::read_page(source_, number, how);
+}
+
 void FileJob::process(int number, PageResult& result) {
   if (options_.command == Command::kDeskew || options_.command == Command::kRotate)
     return write_page(number, result);
-  const files::Page page = files::read_page(source_, number, read_options_);
+  const files::Page page = read(number);
   note_size(page, source_.format, result);
   if (options_.command == Command::kReport) return describe_page(page, result);
   result.measurement = measure(page.raster, options_.fast);
@@ -187,7 +220,7 @@ void FileJob::write_page(int number, PageResult& result) {
     }
     if (!one_file_) check_target(path);
   }
-  const files::Page page = files::read_page(source_, number, read_options_);
+  const files::Page page = read(number);
   note_size(page, source_.format, result);
   if (options_.command == Command::kRotate) {
     result.turned = options_.angle;
@@ -199,6 +232,15 @@ void FileJob::write_page(int number, PageResult& result) {
   }
   if (options_.dry_run) return;
 
+  if (format_ == files::Format::kPdf)
+    add_to_pdf(number, result);
+  else
+    write_pixels(number, page, path, result);
+  if (result.action == Action::kStraightened || !options_.target.in_place) result.output = path;
+}
+
+void FileJob::write_pixels(int number, const files::Page& page, const std::string& path,
+                           const PageResult& result) {
   const bool changed = result.action == Action::kStraightened;
   files::Raster turned;
   if (changed)
@@ -206,10 +248,9 @@ void FileJob::write_page(int number, PageResult& result) {
                   background_for(page.raster, options_.background), options_.fast);
   const files::Raster& pixels = changed ? turned : page.raster;
   if (one_file_)
-    write_in_order(number, page, pixels, changed);
+    add_to_tiff(number, page, pixels, changed);
   else
     write_alone(page, pixels, changed, path);
-  if (changed || !options_.target.in_place) result.output = path;
 }
 
 // Whether a page is straightened or left alone, and by which angle.
@@ -245,14 +286,18 @@ void FileJob::write_alone(const files::Page& page, const files::Raster& pixels, 
   temp.commit(delivery());
 }
 
-void FileJob::write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed) {
+// Only the page whose turn it is touches what is written.
+void FileJob::wait_for_turn(int number) {
   {
     std::unique_lock<std::mutex> lock(mutex_);
     turn_.wait(lock, [&] { return next_page_ == number; });
   }
-  // Only the page whose turn it is touches the writer.
   if (failed_page_ > 0)
     throw files::Failure("not written, because page " + std::to_string(failed_page_) + " failed");
+}
+
+void FileJob::add_to_tiff(int number, const files::Page& page, const files::Raster& pixels, bool changed) {
+  wait_for_turn(number);
   if (!tiff_) {
     temp_ = std::make_unique<files::TempFile>(output_, "." + extension_);
     tiff_ = std::make_unique<files::TiffWriter>(temp_->path(), same_format_ ? input_.path : "");
@@ -262,18 +307,36 @@ void FileJob::write_in_order(int number, const files::Page& page, const files::R
   else
     tiff_->add(pixels, page, number, source_.pages, options_.quality);
   changed_ = changed_ || changed || !same_format_;
-  if (number + 1 == source_.pages) finish_tiff();
+  if (number + 1 == source_.pages) finish_file();
 }
 
-void FileJob::finish_tiff() {
-  tiff_->finish();
-  tiff_.reset();
-  if (changed_) {
-    temp_->commit(delivery());
-  } else {
-    temp_.reset();
-    copy_source(output_);
+void FileJob::add_to_pdf(int number, PageResult& result) {
+  wait_for_turn(number);
+  if (result.action == Action::kStraightened) {
+    const std::lock_guard<std::mutex> lock(pdf_mutex_);
+    if (pdf_->is_signed() && !options_.force)
+      throw files::Failure("is signed, and turning it would break the signature (--force does it)");
+    result.why = pdf_->level(number, result.turned);
+    if (!result.why.empty()) result.action = Action::kLeftAlone;
   }
+  changed_ = changed_ || result.action == Action::kStraightened;
+  if (number + 1 == source_.pages) finish_file();
+}
+
+void FileJob::finish_file() {
+  if (!changed_) {
+    tiff_.reset();
+    temp_.reset();
+    return copy_source(output_);
+  }
+  if (format_ == files::Format::kPdf) {
+    temp_ = std::make_unique<files::TempFile>(output_, "." + extension_);
+    pdf_->write(temp_->path());
+  } else {
+    tiff_->finish();
+    tiff_.reset();
+  }
+  temp_->commit(delivery());
   temp_.reset();
 }
 

@@ -11,6 +11,7 @@
 #include "cli/options.h"
 #include "files/image_read.h"
 #include "files/inputs.h"
+#include "files/pdf_level.h"
 #include "files/targets.h"
 #include "files/temp_file.h"
 #include "files/tiff_file.h"
@@ -29,19 +30,24 @@ class FileJob {
   PageResult run_page(int page);
 
  private:
+  void open_pdf();
   void plan_output(files::Claims& claims);
   void check_target(const std::string& path) const;
   bool stands(const std::string& path) const;
   files::Delivery delivery() const;
   std::string output_of_page(int page) const;
+  files::Page read(int page);
   void process(int page, PageResult& result);
   void write_page(int page, PageResult& result);
   void describe_page(const files::Page& page, PageResult& result) const;
   void decide(PageResult& result) const;
   void write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
                    const std::string& path);
-  void write_in_order(int number, const files::Page& page, const files::Raster& pixels, bool changed);
-  void finish_tiff();
+  void write_pixels(int number, const files::Page& page, const std::string& path, const PageResult& result);
+  void wait_for_turn(int number);
+  void add_to_pdf(int number, PageResult& result);
+  void add_to_tiff(int number, const files::Page& page, const files::Raster& pixels, bool changed);
+  void finish_file();
   void copy_source(const std::string& path);
   void pass_turn(int page, bool failed);
 
@@ -55,16 +61,19 @@ class FileJob {
   std::string extension_;
   files::Format format_ = files::Format::kOther;
   bool same_format_ = false;
-  bool one_file_ = false;  // all pages go into one TIFF
+  bool one_file_ = false;  // all pages go into one TIFF or PDF
   bool skips_ = false;     // which stands already
 
   std::mutex mutex_;
   std::condition_variable turn_;
   int next_page_ = 0;     // the page whose turn it is to be written
-  bool changed_ = false;  // a page of the TIFF was changed
+  bool changed_ = false;  // a page of the one file was changed
   int failed_page_ = 0;   // the first page that failed, from 1
   std::unique_ptr<files::TempFile> temp_;
   std::unique_ptr<files::TiffWriter> tiff_;
+
+  std::mutex pdf_mutex_;
+  std::unique_ptr<files::PdfDocument> pdf_;
 };
 
 }  // namespace tool

@@ -36,6 +36,7 @@ std::string library_message() {
 
 Failure unreadable(const char* what) {
   const std::string reason = library_message();
+  if (reason == "Document is encrypted") return Failure("is protected: its password is needed (--password)");
   return Failure(reason.empty() ? std::string(what) : std::string(what) + " (" + reason + ")");
 }
 
@@ -63,6 +64,8 @@ VImage load(const SourceFile& file, int page, const ReadOptions& options, VipsAc
   auto* option = VImage::option()->set("access", access);
   option->set("fail_on", options.tolerant ? VIPS_FAIL_ON_NONE : VIPS_FAIL_ON_TRUNCATED);
   if (file.format == Format::kPdf) option->set("dpi", options.dpi);
+  if (file.format == Format::kPdf && !options.password.empty())
+    option->set("password", options.password.c_str());
   if (page > 0) option->set("page", page);
   try {
     return VImage::new_from_source(source_of(file.path), "", option);

@@ -71,6 +71,7 @@ Format writable_format(const std::string& extension) {
   if (lower == "tif" || lower == "tiff") return Format::kTiff;
   if (lower == "webp") return Format::kWebp;
   if (lower == "ppm" || lower == "pgm" || lower == "pbm" || lower == "pnm") return Format::kPnm;
+  if (lower == "pdf") return Format::kPdf;
   return Format::kOther;
 }
 

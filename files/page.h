@@ -15,6 +15,7 @@ struct ReadOptions {
   double dpi = 300.0;  // for PDF pages
   int64_t max_pixels = 0;
   bool tolerant = false;  // accept damaged files as far as they can be decoded
+  std::string password;   // of PDF files that need one
 };
 
 struct SourceFile {

@@ -76,7 +76,7 @@ class Tiff(ToolTest):
         self.assertEqual(len(lines), 2)
         self.assertAlmostEqual(json.loads(lines[1])["angle"], ANGLE, delta=0.1)
         self.assertEqual(json.loads(lines[1])["dpi"], 100)
-        self.tool("deskew", "two.pdf", "-d", "out", "--dpi", 100)
+        self.tool("deskew", "two.pdf", "-d", "out", "--dpi", 100, "--format", "tif")
         self.assertEqual([p[4] for p in pages_of(self.path("out/two.tif"))], ["100, 100 pixels/inch"] * 2)
         self.tool("deskew", "two.pdf", "-d", "out", "--dpi", 100, "--format", "jpg")
         self.assertEqual([exif(self.path(f"out/two-00{n}.jpg"), "XResolution")[0] for n in (1, 2)], [100, 100])
