@@ -29,17 +29,10 @@ bool exists(const std::string& path) {
   return fs::exists(path, ignored);
 }
 
-// Dots per inch as most programs mean it; 0 if the file does not tell.
-double dots_per_inch(const files::Page& page, files::Format format) {
-  const bool told = page.header.get_typeof(VIPS_META_RESOLUTION_UNIT) != 0 || page.header.xres() != 1.0 ||
-                    format == files::Format::kPdf;
-  return told ? page.header.xres() * 25.4 : 0.0;
-}
-
-void note_size(const files::Page& page, files::Format format, PageResult& result) {
+void note_size(const files::Page& page, PageResult& result) {
   result.width = page.raster.width;
   result.height = page.raster.height;
-  result.dpi = dots_per_inch(page, format);
+  result.dpi = page.about.resolution.dpi();
 }
 
 // Why a page is left alone, empty where it is not.
@@ -191,7 +184,7 @@ void FileJob::process(int number, PageResult& result) {
   if (options_.command == Command::kDeskew || options_.command == Command::kRotate)
     return write_page(number, result);
   const files::Page page = read(number);
-  note_size(page, source_.format, result);
+  note_size(page, result);
   if (options_.command == Command::kReport) return describe_page(page, result);
   result.measurement = measure(page.raster, options_.fast);
   result.measured = true;
@@ -221,7 +214,7 @@ void FileJob::write_page(int number, PageResult& result) {
     if (!one_file_) check_target(path);
   }
   const files::Page page = read(number);
-  note_size(page, source_.format, result);
+  note_size(page, result);
   if (options_.command == Command::kRotate) {
     result.turned = options_.angle;
     result.action = options_.angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
@@ -300,12 +293,16 @@ void FileJob::add_to_tiff(int number, const files::Page& page, const files::Rast
   wait_for_turn(number);
   if (!tiff_) {
     temp_ = std::make_unique<files::TempFile>(output_, "." + extension_);
-    tiff_ = std::make_unique<files::TiffWriter>(temp_->path(), same_format_ ? input_.path : "");
+    if (same_format_) stored_ = std::make_unique<files::MappedFile>(input_.path);
+    tiff_ = std::make_unique<files::TiffWriter>(temp_->path(), stored_.get());
   }
-  if (same_format_ && !changed)
-    tiff_->add_unchanged(number);
-  else
-    tiff_->add(pixels, page, number, source_.pages, options_.quality);
+  if (changed || !stored_ || !tiff_->add_stored(*stored_, source_.places[number])) {
+    const files::TiffCoding coding = stored_ ? files::coding_of(page.about.tags, options_.quality)
+                                             : files::TiffCoding{0, true, options_.quality};
+    files::Directory tags = files::as_tags(page.about, pixels.channels);
+    if (!stored_ && source_.pages > 1) files::number_page(tags, number, source_.pages);
+    tiff_->add(pixels, page.bilevel, coding, tags);
+  }
   changed_ = changed_ || changed || !same_format_;
   if (number + 1 == source_.pages) finish_file();
 }

@@ -70,6 +70,7 @@ class FileJob {
   bool changed_ = false;  // a page of the one file was changed
   int failed_page_ = 0;   // the first page that failed, from 1
   std::unique_ptr<files::TempFile> temp_;
+  std::unique_ptr<files::MappedFile> stored_;  // the source's bytes, where both are TIFF
   std::unique_ptr<files::TiffWriter> tiff_;
 
   std::mutex pdf_mutex_;

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <vips/vips8>
 
 #include "files/failure.h"
 
@@ -13,52 +16,50 @@ namespace {
 
 using vips::VImage;
 
-// Fields that follow from the pixels, and the small preview in a photo's EXIF, which would show the page
-// crooked.
-bool is_description(const char* name) {
-  static const char* const kOwn[] = {"width",
-                                     "height",
-                                     "bands",
-                                     "format",
-                                     "coding",
-                                     "interpretation",
-                                     "xoffset",
-                                     "yoffset",
-                                     "xres",
-                                     "yres",
-                                     "filename",
-                                     "orientation",
-                                     "n-pages",
-                                     "page-height",
-                                     "jpeg-thumbnail-data",
-                                     VIPS_META_SEQUENTIAL,
-                                     VIPS_META_LOADER,
-                                     "bits-per-sample",
-                                     "palette-bit-depth"};
-  if (std::strncmp(name, "exif-ifd1-", 10) == 0) return false;
-  return std::none_of(std::begin(kOwn), std::end(kOwn),
-                      [=](const char* own) { return std::strcmp(own, name) == 0; });
+VImage bare_image(const Raster& pixels) {
+  return VImage::new_from_memory(const_cast<uint8_t*>(pixels.pixels.data()), pixels.pixels.size(),
+                                 pixels.width, pixels.height, pixels.channels, VIPS_FORMAT_UCHAR)
+      .copy(VImage::option()->set("interpretation",
+                                  pixels.channels == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
 }
 
-void* copy_field(VipsImage* /*from*/, const char* name, GValue* value, void* to) {
-  if (is_description(name)) vips_image_set(static_cast<VipsImage*>(to), name, value);
-  return nullptr;
+Bytes encode(const Raster& pixels, const Page& page, Format format, int quality) {
+  auto* options = VImage::option()->set("strip", true);
+  const char* suffix = ".jpg";
+  if (format == Format::kJpeg) {
+    options->set("Q", quality)->set("optimize_coding", true);
+  } else if (format == Format::kWebp) {
+    suffix = ".webp";
+    options->set("Q", quality)->set("lossless", page.about.lossless);
+  } else {
+    suffix = format == Format::kPng ? ".png" : pixels.channels == 3 ? ".ppm" : page.bilevel ? ".pbm" : ".pgm";
+    if (page.bilevel) options->set("bitdepth", 1);
+  }
+  void* data = nullptr;
+  size_t size = 0;
+  if (format == Format::kPnm) {
+    const auto target = vips::VTarget::new_to_memory();
+    bare_image(pixels).write_to_target(suffix, target, options);
+    VipsBlob* blob = nullptr;
+    g_object_get(target.get_target(), "blob", &blob, nullptr);
+    const auto* bytes = static_cast<const uint8_t*>(vips_blob_get(blob, &size));
+    Bytes encoded(bytes, bytes + size);
+    vips_area_unref(VIPS_AREA(blob));
+    return encoded;
+  }
+  bare_image(pixels).write_to_buffer(suffix, &data, &size, options);
+  const auto* bytes = static_cast<const uint8_t*>(data);
+  Bytes encoded(bytes, bytes + size);
+  g_free(data);
+  return encoded;
 }
 
-VImage with_descriptions(const Raster& pixels, const VImage& header) {
-  VImage bare = VImage::new_from_memory(const_cast<uint8_t*>(pixels.pixels.data()), pixels.pixels.size(),
-                                        pixels.width, pixels.height, pixels.channels, VIPS_FORMAT_UCHAR);
-  VImage image = bare.copy(
-      VImage::option()
-          ->set("interpretation", pixels.channels == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-          ->set("xres", header.xres())
-          ->set("yres", header.yres()));
-  vips_image_map(header.get_image(), copy_field, image.get_image());
-  // Both also stand inside the block of EXIF data, which changes only where a field says so.
-  image.set(VIPS_META_ORIENTATION, 1);
-  if (header.get_typeof("jpeg-thumbnail-data") != 0)
-    image.set("jpeg-thumbnail-data", static_cast<VipsCallbackFn>(nullptr), const_cast<char*>(""), 0);
-  return image;
+void write_file(const Bytes& bytes, const std::string& path) {
+  FILE* out = std::fopen(path.c_str(), "wb");
+  const bool put = out && std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
+  const int error = errno;
+  if ((out && std::fclose(out) != 0) || !put)
+    throw Failure(std::string("cannot be written: ") + std::strerror(put ? errno : error));
 }
 
 }  // namespace
@@ -82,32 +83,16 @@ Format format_of_name(const std::string& name) {
 
 void write_image(const Raster& pixels, const Page& page, Format format, int quality,
                  const std::string& path) {
+  Bytes encoded;
   try {
-    VImage image = with_descriptions(pixels, page.header);
-    const auto target = vips::VTarget::new_to_file(path.c_str());
-    auto* options = VImage::option();
-    switch (format) {
-      case Format::kJpeg:
-        image.write_to_target(".jpg", target, options->set("Q", quality)->set("optimize_coding", true));
-        break;
-      case Format::kWebp:
-        image.write_to_target(".webp", target, options->set("Q", quality));
-        break;
-      case Format::kPng:
-        if (page.bilevel) options->set("bitdepth", 1);
-        image.write_to_target(".png", target, options);
-        break;
-      default:
-        if (page.bilevel) options->set("bitdepth", 1);
-        image.write_to_target(pixels.channels == 1 ? (page.bilevel ? ".pbm" : ".pgm") : ".ppm", target,
-                              options);
-    }
+    encoded = encode(pixels, page, format, quality);
   } catch (const vips::VError&) {
     std::string reason = vips_error_buffer();
     vips_error_clear();
-    reason = reason.substr(0, reason.find('\n'));
-    throw Failure("cannot be written (" + reason + ")");
+    throw Failure("cannot be written (" + reason.substr(0, reason.find('\n')) + ")");
   }
+  write_file(with_descriptions(encoded, format, page.about, pixels.width, pixels.height, pixels.channels),
+             path);
 }
 
 }  // namespace files

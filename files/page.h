@@ -3,13 +3,12 @@
 
 #include <cstdint>
 #include <string>
-#include <vips/vips8>
+#include <vector>
 
+#include "files/descriptions.h"
 #include "files/raster.h"
 
 namespace files {
-
-enum class Format { kJpeg, kPng, kTiff, kWebp, kPnm, kPdf, kHeif, kOther };
 
 struct ReadOptions {
   double dpi = 300.0;  // for PDF pages
@@ -24,13 +23,13 @@ struct SourceFile {
   Format format = Format::kOther;
   std::string extension;  // the usual one of the format, without dot
   int pages = 1;
+  std::vector<uint64_t> places;  // where the pages of a TIFF begin
 };
 
 struct Page {
   Raster raster;
-  vips::VImage header;  // carries resolution, EXIF, ICC profile, XMP and text; its pixels are not used
+  Descriptions about;
   bool bilevel = false;
-  bool upright_in_file = true;  // false if the file asks viewers to turn it
 };
 
 }  // namespace files

@@ -171,6 +171,7 @@ void copy_bytes(const std::string& from, const std::string& to) {
     if (!good && ftruncate(out, target.st_size) != 0) errno = ENOSPC;
   }
   std::vector<char> block(1 << 18);
+  off_t length = 0;  // a pipe does not tell its own
   while (good) {
     const ssize_t got = read(in, block.data(), block.size());
     if (got <= 0) {
@@ -182,8 +183,9 @@ void copy_bytes(const std::string& from, const std::string& to) {
       good = put >= 0;
       done += put;
     }
+    length += got;
   }
-  if (good && file) good = ftruncate(out, source.st_size) == 0 && fsync(out) == 0;
+  if (good && file) good = ftruncate(out, length) == 0 && fsync(out) == 0;
   const int error = errno;
   if (in >= 0) close(in);
   if (out > 1) close(out);
