@@ -165,7 +165,7 @@ std::string settle_target(Options& o) {
   if (!target.file.empty() + !target.folder.empty() + target.in_place > 1)
     return "give one of --output, --output-dir and --in-place";
   if (!target.given() && o.inputs.size() == 2) {
-    const std::string wrong = settle_pair(o);
+    std::string wrong = settle_pair(o);
     if (!wrong.empty()) return wrong;
   }
   if (!target.given() && !o.dry_run) return "where to? Give IN OUT, or --output, --output-dir or --in-place";
@@ -196,7 +196,7 @@ std::string settle(Options& o, const Words& words) {
   if (o.command != Command::kDeskew && o.command != Command::kRotate && o.command != Command::kUndo)
     return "";
 
-  const std::string wrong = settle_target(o);
+  std::string wrong = settle_target(o);
   if (!wrong.empty()) return wrong;
   const files::Format named = files::format_of_name(o.target.file);
   if (!o.format.empty() && named != files::Format::kOther && named != files::writable_format(o.format))

@@ -33,7 +33,7 @@ std::string library_message() {
   vips_error_clear();
   text = text.substr(0, text.find('\n'));
   const size_t colon = text.find(": ");
-  if (colon != std::string::npos && colon < 24) text.erase(0, colon + 2);
+  if (colon < 24) text.erase(0, colon + 2);
   return text.substr(0, 200);
 }
 

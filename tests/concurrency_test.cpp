@@ -27,7 +27,8 @@ TEST(Concurrency, EachFunctionGivesTheSameOnFourThreadsAsAlone) {
         for (uint64_t i = thread; i < together.size(); i += kThreads) together[i] = outcome(call, i + 1);
       });
     for (auto& thread : threads) thread.join();
-    for (uint64_t i = 0; i < together.size(); ++i) EXPECT_EQ(together[i], outcome(call, i + 1)) << call.name << " seed " << i + 1;
+    for (uint64_t i = 0; i < together.size(); ++i)
+      EXPECT_EQ(together[i], outcome(call, i + 1)) << call.name << " seed " << i + 1;
   }
 }
 

@@ -70,6 +70,8 @@ void exhaust_all(const std::vector<Case>& cases) {
   }
 }
 
+// A call and what it must leave read best side by side.
+// clang-format off
 TEST(OutOfMemory, MeasuringAndSearching) {
   const Bytes page = lined_page();
   Bytes edges(page.size()), reduced;
@@ -251,5 +253,6 @@ TEST(OutOfMemory, NativeMethods) {
   events().clear();
 }
 
+// clang-format on
 }  // namespace
 }  // namespace skew::test

@@ -114,7 +114,8 @@ TEST(ThreeSteps, AgreesWithTheLiteralFormOnEveryShapeOfBoxAndRounding) {
       for (const Rounding rounding : {Rounding::kDown, Rounding::kNearest, Rounding::kUp}) {
         SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", rounding "
                                         << static_cast<int>(rounding) << ", text " << static_cast<int>(text));
-        check(test::noise<Map>(c.width, c.height, c.chance, 1), Tables(c.width, c.height, text, rounding), text);
+        check(test::noise<Map>(c.width, c.height, c.chance, 1), Tables(c.width, c.height, text, rounding),
+              text);
       }
 }
 

@@ -12,7 +12,7 @@ set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES SKEW_ANDROID_TARGET SKEW_ANDROID_PAGE_SIZE)
 
 set(skew_headers ${CMAKE_CURRENT_LIST_DIR}/../../bindings/android/include)
-set(skew_compile "-nostdlibinc -isystem ${skew_headers} -isystem /usr/include/android/nativehelper -ffunction-sections -fdata-sections")
+set(skew_compile "-nostdlibinc -isystem \"${skew_headers}\" -isystem /usr/include/android/nativehelper -ffunction-sections -fdata-sections")
 set(CMAKE_C_FLAGS_INIT "${skew_compile}")
 set(CMAKE_CXX_FLAGS_INIT "${skew_compile}")
 string(CONCAT CMAKE_SHARED_LINKER_FLAGS_INIT

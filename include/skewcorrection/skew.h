@@ -130,8 +130,8 @@ SKEW_API int SkewAngleDetect_ThreeSteps_F(const uint8_t* pEdge, int width, ImgRO
  *   scores. */
 SKEW_API int SkewAngleDetect_Vert_ThreeSteps_F(const uint8_t* pEdge, int width, ImgROI roi, double* pAngle,
                                                const uint16_t* pCoarseSin, const uint16_t* pCoarseCos,
-                                               const uint16_t* pFineSin, const uint16_t* pFineCos, double* pScore,
-                                               double* pAngleCopy);
+                                               const uint16_t* pFineSin, const uint16_t* pFineCos,
+                                               double* pScore, double* pAngleCopy);
 
 /* ---- For a caller's own threads ----
  *
@@ -164,8 +164,9 @@ typedef struct SkewDetectParam {
   const uint8_t* pEdge;
   int32_t width;
   ImgROI roi;
-  double* pAngle;    /* written by both directions: blocks that run at once need different targets */
-  int32_t direction; /* 1: SkewAngleDetect_ThreeSteps_F; 2: SkewAngleDetect_Vert_ThreeSteps_F; else nothing runs */
+  double* pAngle; /* written by both directions: blocks that run at once need different targets */
+  int32_t
+      direction; /* 1: SkewAngleDetect_ThreeSteps_F; 2: SkewAngleDetect_Vert_ThreeSteps_F; else nothing runs */
   const uint16_t* pHorCoarseSin;
   const uint16_t* pHorCoarseCos;
   const uint16_t* pHorFineSin;

@@ -27,11 +27,12 @@ SKEW_EXTERN_C_BEGIN
 /* Result codes. Each function names the ones it can return. */
 enum {
   SKEW_OK = 0,
-  SKEW_INVALID_ARGUMENT = 1,       /* a null pointer, a size or an angle out of range */
-  SKEW_OUT_OF_MEMORY = 2,          /* an allocation failed, or a result would be too large to address */
-  SKEW_EDGE_DETECTION_FAILED = 3,  /* driver: CannyEdge could not run */
-  SKEW_ANGLE_SEARCH_FAILED = 5,    /* driver: the angle search could not run */
-  SKEW_NO_WORKING_MEMORY = 260     /* RotateImage, reduction, searches, selection, filters: an allocation failed */
+  SKEW_INVALID_ARGUMENT = 1,      /* a null pointer, a size or an angle out of range */
+  SKEW_OUT_OF_MEMORY = 2,         /* an allocation failed, or a result would be too large to address */
+  SKEW_EDGE_DETECTION_FAILED = 3, /* driver: CannyEdge could not run */
+  SKEW_ANGLE_SEARCH_FAILED = 5,   /* driver: the angle search could not run */
+  SKEW_NO_WORKING_MEMORY =
+      260 /* RotateImage, reduction, searches, selection, filters: an allocation failed */
 };
 
 /* A box in an image and, at the same time, the record of a connected component.

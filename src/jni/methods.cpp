@@ -11,8 +11,8 @@
 #include "platform/log.h"
 #include "skew/driver.h"
 
-#if defined(SKEW_GENERATED_JNI_HEADERS)  // the Java compiler's view of the class: a drifted signature fails
-                                         // here
+// The Java compiler's view of the class: a drifted signature fails here.
+#if defined(SKEW_GENERATED_JNI_HEADERS)
 #include "com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib.h"
 #endif
 

@@ -8,9 +8,8 @@
 namespace skew {
 namespace {
 
-constexpr int kMargin =
-    2;  // rows and columns left out on each side: the outermost repeat the ones beside them
-constexpr int kLimit = 8;  // more edge pixels than this are content
+constexpr int kMargin = 2;  // rows and columns left out on each side: the outermost repeat those beside
+constexpr int kLimit = 8;   // more edge pixels than this are content
 
 int edge_pixels(const uint8_t* row, int from, int to) {
   int count = 0;

@@ -16,13 +16,14 @@ namespace skew::test {
 class Source {
  public:
   virtual ~Source() = default;
-  virtual uint32_t next() = 0;                        // any 32 bits
+  virtual uint32_t next() = 0;                         // any 32 bits
   virtual void fill(uint8_t* bytes, size_t size) = 0;  // contents
   virtual bool small() const { return false; }         // true: prefer small images
 
   // first ... last
   int between(int first, int last) {
-    return first + static_cast<int>(next() % (static_cast<uint32_t>(last) - static_cast<uint32_t>(first) + 1));
+    return first +
+           static_cast<int>(next() % (static_cast<uint32_t>(last) - static_cast<uint32_t>(first) + 1));
   }
   bool chance(int one_in) { return between(1, one_in) == 1; }
 };
@@ -32,7 +33,8 @@ class Source {
 class Outcome {
  public:
   void add_bytes(const void* bytes, size_t size) {
-    for (size_t i = 0; i < size; ++i) hash_ = (hash_ ^ static_cast<const uint8_t*>(bytes)[i]) * 0x100000001B3u;
+    for (size_t i = 0; i < size; ++i)
+      hash_ = (hash_ ^ static_cast<const uint8_t*>(bytes)[i]) * 0x100000001B3u;
   }
   template <class T>
   void add(T value) {
@@ -52,7 +54,19 @@ class Outcome {
   uint64_t hash_ = 0xCBF29CE484222325u;
 };
 
-enum class Family { kTables, kConvert, kDriver, kSearch, kReduce, kRotate, kAnalysis, kEnhance, kPage, kLevel, kJni };
+enum class Family {
+  kTables,
+  kConvert,
+  kDriver,
+  kSearch,
+  kReduce,
+  kRotate,
+  kAnalysis,
+  kEnhance,
+  kPage,
+  kLevel,
+  kJni
+};
 
 struct Call {
   const char* name;

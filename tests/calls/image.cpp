@@ -153,8 +153,8 @@ void call_any_argb(Source& source, Outcome& out) {
   const Rows from = draw_rows(source, 4 * static_cast<size_t>(turn.from.width), turn.from.height, 4);
   Rows to = draw_rows(source, 4 * static_cast<size_t>(turn.to.width), turn.to.height, 4);
   out.add(skew_rotate_argb(reinterpret_cast<const uint32_t*>(from.bytes.data()), from.stride, turn.from.width,
-                           turn.from.height, turn.angle, turn.canvas, reinterpret_cast<uint32_t*>(to.bytes.data()),
-                           to.stride, source.next()));
+                           turn.from.height, turn.angle, turn.canvas,
+                           reinterpret_cast<uint32_t*>(to.bytes.data()), to.stride, source.next()));
   out.add(to.bytes);
 }
 
@@ -175,8 +175,8 @@ void call_extent(Source& source, Outcome& out) {
   const ImgROI box = draw_box(source, size);
   int width = -7, height = -7, scaled = -7;
   const int max_width = source.between(1, 300), max_height = source.between(1, 300);
-  const Owned<unsigned char> cut(ImgExtFit_Track_ROI(image.data(), size.width, size.height, &width, &height, box,
-                                                     &scaled, static_cast<int16_t>(max_width),
+  const Owned<unsigned char> cut(ImgExtFit_Track_ROI(image.data(), size.width, size.height, &width, &height,
+                                                     box, &scaled, static_cast<int16_t>(max_width),
                                                      static_cast<int16_t>(max_height)));
   for (const int value : {width, height, scaled}) out.add(value);
   if (cut) out.add_bytes(cut.get(), area({width, height}));
@@ -217,8 +217,8 @@ void call_heights(Source& source, Outcome& out) {
   const ImgROI box = draw_box(source, page);
   std::vector<HeightCluster> clusters(30);
   int count = -7, valid = -7;
-  out.add(GetHighConfidenceHeightROI(records.data(), static_cast<int>(records.size()), box, clusters.data(), &count,
-                                     &valid));
+  out.add(GetHighConfidenceHeightROI(records.data(), static_cast<int>(records.size()), box, clusters.data(),
+                                     &count, &valid));
   out.add(count);
   out.add(valid);
   for (int i = 0; i < count; ++i) {
@@ -230,7 +230,8 @@ void call_heights(Source& source, Outcome& out) {
 std::vector<double> draw_angles(Source& source) {
   std::vector<double> angles(static_cast<size_t>(source.between(0, 60)));
   const int around = source.between(-200, 200);
-  for (auto& angle : angles) angle = source.chance(3) ? draw_angle(source) : (around + source.between(-6, 6)) / 5.0;
+  for (auto& angle : angles)
+    angle = source.chance(3) ? draw_angle(source) : (around + source.between(-6, 6)) / 5.0;
   return angles;
 }
 
@@ -238,7 +239,8 @@ void call_confident_angle(Source& source, Outcome& out) {
   const std::vector<double> angles = draw_angles(source);
   std::vector<AngleCluster> clusters(30);
   int count = -7, valid = -7;
-  out.add(GetHighConfidenceSkewAngle(angles.data(), static_cast<int>(angles.size()), clusters.data(), &count, &valid));
+  out.add(GetHighConfidenceSkewAngle(angles.data(), static_cast<int>(angles.size()), clusters.data(), &count,
+                                     &valid));
   out.add(count);
   out.add(valid);
   for (int i = 0; i < count; ++i) {

@@ -34,12 +34,14 @@ namespace {
 void draw_stripes(Source& source, Size size, size_t stride, std::vector<uint8_t>& raster) {
   const int run = source.between(1, 40), rise = source.between(-40, 40);
   const int period = source.between(4, 30) * (run + (rise < 0 ? -rise : rise));
-  const auto dark = static_cast<uint8_t>(source.between(0, 120)), light = static_cast<uint8_t>(source.between(90, 255));
+  const auto dark = static_cast<uint8_t>(source.between(0, 120)),
+             light = static_cast<uint8_t>(source.between(90, 255));
   for (int y = 0; y < size.height; ++y)
     for (int x = 0; x < size.width; ++x) {
       const int across = ((y * run - x * rise) % period + period) % period;
       const bool word = (x * 7 + y * 3) % 64 < 45;
-      raster[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] = word && across < period / 3 ? dark : light;
+      raster[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] =
+          word && across < period / 3 ? dark : light;
     }
 }
 
@@ -101,8 +103,18 @@ ImgROI draw_box(Source& source, Size size) {
 
 double draw_angle(Source& source) {
   if (source.chance(40)) {
-    constexpr double rare[] = {0.0,  -0.0, 0.19999, -0.2, 65.99, -65.99, 66.0, -66.0, 1e300, -1e10,
-                               std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()};
+    constexpr double rare[] = {0.0,
+                               -0.0,
+                               0.19999,
+                               -0.2,
+                               65.99,
+                               -65.99,
+                               66.0,
+                               -66.0,
+                               1e300,
+                               -1e10,
+                               std::numeric_limits<double>::quiet_NaN(),
+                               std::numeric_limits<double>::infinity()};
     return rare[source.between(0, 11)];
   }
   return source.between(-6600, 6600) / (source.chance(2) ? 100.0 : 1000.0);

@@ -121,9 +121,9 @@ void call_plan(Source& source, Outcome& out) {
   if (source.chance(20)) wishes.pop_back();
   JavaObject options = JavaObject::of("doubles options", wishes),
              result = JavaObject::of("doubles result", std::vector<double>(source.chance(8) ? 25 : 26));
-  call.finish(out, SKEW_PAGE_METHOD(plan)(call.table.env(), nullptr, call.pixels.as_object(), call.layout, call.offset,
-                                          call.width, call.height, call.row_stride, call.pixel_stride,
-                                          options.as_doubles(), result.as_doubles()));
+  call.finish(out, SKEW_PAGE_METHOD(plan)(call.table.env(), nullptr, call.pixels.as_object(), call.layout,
+                                          call.offset, call.width, call.height, call.row_stride,
+                                          call.pixel_stride, options.as_doubles(), result.as_doubles()));
 }
 void call_page_preview(Source& source, Outcome& out) {
   PageCall call(source);
@@ -140,13 +140,16 @@ void call_rotate(Source& source, Outcome& out) {
   int width = 1, height = 1;
   skew_rotated_size(call.width, call.height, angle, canvas, &width, &height);
   const int64_t bytes = int64_t{width} * height * (call.layout == 1 ? 3 : call.layout == 2 ? 4 : 1) + offset;
-  JavaObject result = {call.layout == 2 ? "ints result" : call.layout == 3 ? "buffer result" : "bytes result",
+  JavaObject result = {call.layout == 2   ? "ints result"
+                       : call.layout == 3 ? "buffer result"
+                                          : "bytes result",
                        std::vector<uint8_t>(bytes < 1000000 ? static_cast<size_t>(bytes) : 5)};
   JavaObject& to = source.chance(12) ? call.pixels : result;
-  call.finish(out, SKEW_PAGE_METHOD(rotate)(call.table.env(), nullptr, call.pixels.as_object(), call.layout,
-                                            call.offset, call.width, call.height, call.row_stride,
-                                            call.pixel_stride, angle, canvas, static_cast<jint>(source.next()),
-                                            to.as_object(), call.layout, call.layout == 3 ? offset : 0));
+  call.finish(
+      out, SKEW_PAGE_METHOD(rotate)(call.table.env(), nullptr, call.pixels.as_object(), call.layout,
+                                    call.offset, call.width, call.height, call.row_stride, call.pixel_stride,
+                                    angle, canvas, static_cast<jint>(source.next()), to.as_object(),
+                                    call.layout, call.layout == 3 ? offset : 0));
   out.add(to.bytes);
 }
 void call_transform(Source& source, Outcome& out) {

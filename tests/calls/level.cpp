@@ -42,11 +42,12 @@ void call_transform(Source& source, Outcome& out) {
 
 void call_map(Source& source, Outcome& out) {
   SkewTransform transform = {};
-  skew_transform(source.between(1, 9000), source.between(1, 9000), draw_degrees(source, 180), source.between(0, 1),
-                 &transform);
+  skew_transform(source.between(1, 9000), source.between(1, 9000), draw_degrees(source, 180),
+                 source.between(0, 1), &transform);
   std::vector<double> points(2 * static_cast<size_t>(source.between(0, 20)));
   for (double& value : points) value = source.between(-90000, 90000) / 8.0;
-  out.add(skew_map_points(&transform, source.between(0, 2), points.data(), static_cast<int>(points.size() / 2)));
+  out.add(
+      skew_map_points(&transform, source.between(0, 2), points.data(), static_cast<int>(points.size() / 2)));
   out.add(points);
 }
 
@@ -78,7 +79,8 @@ struct Layout {
 
   Layout(Source& source, int channels) {
     size = draw_size(source, 1, source.chance(6) ? 300 : 90);
-    const size_t row = static_cast<size_t>(size.width * channels), step = row + static_cast<size_t>(source.between(0, 3));
+    const size_t row = static_cast<size_t>(size.width * channels),
+                 step = row + static_cast<size_t>(source.between(0, 3));
     const std::vector<uint8_t> drawn = draw_raster(source, {static_cast<int>(step), size.height}, step);
     stride = static_cast<ptrdiff_t>(step * sizeof(Pixel));
     for (size_t i = 0; i < step * static_cast<size_t>(size.height - 1) + row; ++i)
@@ -100,20 +102,25 @@ bool same(const SkewLevel& a, const SkewLevel& b) {
 }
 
 // Turns a page as level.h says a caller may do it.
-int turn(const SkewLevel& plan, const unsigned char* pixels, ptrdiff_t stride, int channels, unsigned char* out) {
+int turn(const SkewLevel& plan, const unsigned char* pixels, ptrdiff_t stride, int channels,
+         unsigned char* out) {
   const SkewTransform& t = plan.transform;
   const unsigned char fill[] = {static_cast<uint8_t>(plan.fill >> 16), static_cast<uint8_t>(plan.fill >> 8),
                                 static_cast<uint8_t>(plan.fill)};
   if (channels == 1)
-    return skew_rotate_gray(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, t.outWidth, fill[2]);
-  return skew_rotate_rgb(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, 3 * t.outWidth, fill);
+    return skew_rotate_gray(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, t.outWidth,
+                            fill[2]);
+  return skew_rotate_rgb(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, 3 * t.outWidth,
+                         fill);
 }
 int turn(const SkewLevel& plan, const uint32_t* pixels, ptrdiff_t stride, int, uint32_t* out) {
   const SkewTransform& t = plan.transform;
-  return skew_rotate_argb(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, 4 * t.outWidth, plan.fill);
+  return skew_rotate_argb(pixels, stride, t.width, t.height, plan.angle, plan.canvas, out, 4 * t.outWidth,
+                          plan.fill);
 }
 
-template <class Pixel, int kChannels, typename Layout<Pixel>::Plan* kPlan, typename Layout<Pixel>::Level* kLevel>
+template <class Pixel, int kChannels, typename Layout<Pixel>::Plan* kPlan,
+          typename Layout<Pixel>::Level* kLevel>
 void call_level(Source& source, Outcome& out) {
   const Layout<Pixel> image(source, kChannels);
   const SkewLevelOptions options = draw_options(source);
@@ -127,7 +134,8 @@ void call_level(Source& source, Outcome& out) {
   const bool turned = code == 0 && planned.action == SKEW_LEVELLED;
   out.add(same(planned, levelled) && turned == (made != nullptr));
   if (!turned || made == nullptr) return out.add(0);
-  std::vector<Pixel> own(static_cast<size_t>(planned.transform.outWidth) * planned.transform.outHeight * kChannels);
+  std::vector<Pixel> own(static_cast<size_t>(planned.transform.outWidth) * planned.transform.outHeight *
+                         kChannels);
   turn(planned, image.pixels.data(), image.stride, kChannels, own.data());
   out.add(std::memcmp(own.data(), made, own.size() * sizeof(Pixel)) != 0 ? 1 : 0);
 }

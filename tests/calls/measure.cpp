@@ -27,7 +27,8 @@ size_t area(Size size) { return static_cast<size_t>(size.width) * static_cast<si
 
 void call_luma(Source& source, Outcome& out) {
   const uint32_t bits = source.next();
-  out.add(GetYfromRGB(static_cast<uint8_t>(bits), static_cast<uint8_t>(bits >> 8), static_cast<uint8_t>(bits >> 16)));
+  out.add(GetYfromRGB(static_cast<uint8_t>(bits), static_cast<uint8_t>(bits >> 8),
+                      static_cast<uint8_t>(bits >> 16)));
 }
 void call_rgb_to_gray(Source& source, Outcome& out) {
   const Size size = draw_any_size(source);
@@ -80,7 +81,8 @@ void call_reduction(Source& source, Outcome& out) {
   const std::vector<uint8_t> raster = draw_raster(source, from, from.padded());
   std::vector<uint8_t> reduced(to.padded() * static_cast<size_t>(to.height), 0xA5);
   const ImgROI box = draw_box(source, from);
-  out.add(ImgShrink_TrackNew(raster.data(), from.width, from.height, box, reduced.data(), to.width, to.height));
+  out.add(
+      ImgShrink_TrackNew(raster.data(), from.width, from.height, box, reduced.data(), to.width, to.height));
   out.add(reduced);
 }
 void call_canny(Source& source, Outcome& out) {
@@ -148,7 +150,8 @@ using Search = decltype(SkewAngleDetect_ThreeSteps_F);
 void call_search(Search& search, const SearchCase& drawn, const SearchTables& tables, Outcome& out) {
   double angle = -1000, score = -1000, copy = -1000;
   out.add(search(drawn.edges.data(), drawn.size.width, drawn.box, &angle, tables.coarse_sine.data(),
-                 tables.coarse_cosine.data(), tables.fine_sine.data(), tables.fine_cosine.data(), &score, &copy));
+                 tables.coarse_cosine.data(), tables.fine_sine.data(), tables.fine_cosine.data(), &score,
+                 &copy));
   out.add(angle);
   out.add(score);
   out.add(copy);
@@ -159,7 +162,8 @@ void call_horizontal(Source& source, Outcome& out) {
 }
 void call_vertical(Source& source, Outcome& out) {
   const SearchCase drawn = draw_search(source);
-  call_search(SkewAngleDetect_Vert_ThreeSteps_F, drawn, {drawn.box_height(), drawn.box_width(), drawn.round}, out);
+  call_search(SkewAngleDetect_Vert_ThreeSteps_F, drawn, {drawn.box_height(), drawn.box_width(), drawn.round},
+              out);
 }
 void call_either(Source& source, Outcome& out) {
   const SearchCase drawn = draw_search(source);
@@ -228,7 +232,9 @@ void call_join(Source& source, Outcome& out) {
   std::vector<pthread_t> threads(static_cast<size_t>(count));
   for (auto& thread : threads) {
     const bool started = source.chance(2);
-    if (started) pthread_create(&thread, nullptr, [](void* block) { return block; }, nullptr);
+    if (started)
+      pthread_create(
+          &thread, nullptr, [](void* block) { return block; }, nullptr);
     status.push_back(started ? 0 : source.between(1, 100));
   }
   out.add(multi_pthread_join(count, status.data(), threads.data()));

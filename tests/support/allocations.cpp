@@ -101,5 +101,4 @@ void __wrap_free(void* block) {
   forget(block);
   __real_free(block);
 }
-
 }

@@ -17,7 +17,7 @@ jdouble SKEW_JAVA_METHOD(AmountOfSkewInImage)(JNIEnv*, jclass);
 jint SKEW_PAGE_METHOD(plan)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdoubleArray,
                             jdoubleArray);
 jint SKEW_PAGE_METHOD(preview)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdoubleArray);
-jint SKEW_PAGE_METHOD(rotate)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdouble, jint, jint,
-                              jobject, jint, jint);
+jint SKEW_PAGE_METHOD(rotate)(JNIEnv*, jclass, jobject, jint, jint, jint, jint, jint, jint, jdouble, jint,
+                              jint, jobject, jint, jint);
 jint SKEW_PAGE_METHOD(transform)(JNIEnv*, jclass, jint, jint, jdouble, jint, jdoubleArray);
 }

@@ -59,7 +59,8 @@ static void* find(const char* name) {
 
 static void* method(const char* name) {
   char symbol[200];
-  snprintf(symbol, sizeof symbol, "Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_%s", name);
+  snprintf(symbol, sizeof symbol, "Java_com_narvo_android_lumetrix_imageprocessing_ImgSkewCorrectionLib_%s",
+           name);
   return find(symbol);
 }
 
@@ -102,10 +103,11 @@ static void check_page(JNIEnv* env, double angle) {
   const int turned = measured != 0;
   expect(!turned || turned_argb[0] == -1, "uncovered ARGB corner is not white", angle);
   expect(!turned || turned_rgb[0] == 0, "uncovered RGB corner is not black", angle);
-  int differing = 0;  /* RGB is rounded to nearest, ARGB down; the fill colours differ */
+  int differing = 0; /* RGB is rounded to nearest, ARGB down; the fill colours differ */
   for (int i = 0; i < kPixels; ++i) {
     const int from_rgb = turned_rgb[3 * i], from_argb = turned_argb[i] & 255;
-    if (from_rgb != from_argb && from_rgb != from_argb + 1 && (turned_argb[i] != -1 || from_rgb != 0)) ++differing;
+    if (from_rgb != from_argb && from_rgb != from_argb + 1 && (turned_argb[i] != -1 || from_rgb != 0))
+      ++differing;
   }
   expect(differing == 0, "RGB and ARGB results differ", angle);
   expect(preview(env, self, gray, 31, 31, 0, 0, 0, 0, "page") == 3, "a 31 x 31 image was accepted", angle);
