@@ -166,7 +166,7 @@ typedef struct SkewDetectParam {
   ImgROI roi;
   double* pAngle; /* written by both directions: blocks that run at once need different targets */
   int32_t
-      direction; /* 1: SkewAngleDetect_ThreeSteps_F; 2: SkewAngleDetect_Vert_ThreeSteps_F; else nothing runs */
+      direction; /* 1: rows, SkewAngleDetect_ThreeSteps_F; 2: columns, the vertical one; else nothing runs */
   const uint16_t* pHorCoarseSin;
   const uint16_t* pHorCoarseCos;
   const uint16_t* pHorFineSin;

@@ -31,8 +31,7 @@ enum {
   SKEW_OUT_OF_MEMORY = 2,         /* an allocation failed, or a result would be too large to address */
   SKEW_EDGE_DETECTION_FAILED = 3, /* driver: CannyEdge could not run */
   SKEW_ANGLE_SEARCH_FAILED = 5,   /* driver: the angle search could not run */
-  SKEW_NO_WORKING_MEMORY =
-      260 /* RotateImage, reduction, searches, selection, filters: an allocation failed */
+  SKEW_NO_WORKING_MEMORY = 260    /* RotateImage, reduction, searches, filters: an allocation failed */
 };
 
 /* A box in an image and, at the same time, the record of a connected component.
