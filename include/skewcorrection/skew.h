@@ -164,9 +164,8 @@ typedef struct SkewDetectParam {
   const uint8_t* pEdge;
   int32_t width;
   ImgROI roi;
-  double* pAngle; /* written by both directions: blocks that run at once need different targets */
-  int32_t
-      direction; /* 1: rows, SkewAngleDetect_ThreeSteps_F; 2: columns, the vertical one; else nothing runs */
+  double* pAngle;    /* written by both directions: blocks that run at once need different targets */
+  int32_t direction; /* 1: SkewAngleDetect_ThreeSteps_F; 2: the vertical search; else nothing runs */
   const uint16_t* pHorCoarseSin;
   const uint16_t* pHorCoarseCos;
   const uint16_t* pHorFineSin;
