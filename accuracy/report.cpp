@@ -133,6 +133,24 @@ void print_again(const std::vector<Row>& rows) {
       rest.size(), mean, 100 * near / n, *std::max_element(rest.begin(), rest.end()), 100 * alone / n);
 }
 
+// Pages whose lines are not parallel: right is an answer among their directions, or a warning.
+void print_ranges(const std::vector<Row>& rows) {
+  int number = 0, sure = 0, among = 0, said = 0;
+  for (const Row& row : rows) {
+    if (row.page.lowest >= row.page.highest) continue;
+    ++number;
+    sure += trusted(row);
+    among += trusted(row) && off(row.page, row.found.angle) == 0;
+    said += row.found.reason == SKEW_REASON_TWO_DIRECTIONS || row.found.reason == SKEW_REASON_NOT_PARALLEL;
+  }
+  if (number > 0)
+    std::printf(
+        "\nOf %d pages whose lines are not parallel %d are trusted, %d of these with an angle among their "
+        "lines'; %d are "
+        "said to have two directions or lines that are not parallel.\n",
+        number, sure, among, said);
+}
+
 void print_paper(const std::vector<Row>& rows) {
   std::vector<double> errors;
   int known = 0, near = 0;
@@ -180,6 +198,7 @@ void print_report(const std::vector<Row>& rows) {
   print_table(rows, "spoilt by", &Page::way);
   print_verdicts(rows);
   print_again(rows);
+  print_ranges(rows);
   print_paper(rows);
   print_driver(rows);
 }

@@ -9,6 +9,7 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 namespace accuracy {
 namespace {
@@ -175,8 +176,8 @@ std::vector<Page> folder_set(const std::string& folder) {
     page.lines = page.group != "no_text";
     const Record& range = ranges[page.name];
     if (!cell(range, "lo").empty() && !cell(range, "hi").empty()) {
-      page.lowest = number(cell(range, "lo"));
-      page.highest = number(cell(range, "hi"));
+      std::tie(page.lowest, page.highest) =
+          std::minmax({number(cell(range, "lo")), number(cell(range, "hi"))});
     }
     page.load = [path = folder + "/" + page.name] { return load(path); };
     pages.push_back(page);
