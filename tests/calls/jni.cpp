@@ -103,9 +103,9 @@ struct PageCall {
     source.fill(content.data(), content.size());
     pixels = JavaObject::of(kinds[layout], content);
     if (source.chance(10)) table.failing_acquisition = source.between(1, 2);
-    if (source.chance(10)) (source.chance(2) ? width : row_stride) = source.between(-1, 3) * 0x3FFFFFFF;
+    if (source.chance(10)) (source.chance(2) ? width : row_stride) = source.between(-1, 2) * 0x3FFFFFFF;
     if (source.chance(20)) (source.chance(2) ? offset : pixel_stride) = source.between(-1, 1) * 0x7FFFFFFF;
-    if (source.chance(20)) layout = source.between(-1, 4) == 3 ? 0 : source.between(-1, 2);
+    if (source.chance(20)) layout = source.chance(2) ? 3 : source.chance(2) ? -1 : 4;
   }
   void finish(Outcome& out, jint result) {
     out.add(result);
