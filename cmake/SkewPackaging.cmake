@@ -3,6 +3,7 @@
 #   dev    libskewcorrection-dev    headers, linker name, CMake and pkg-config files
 #   cli    skewcorrection-tools     the command-line tool, with its man page and completion
 #   java   libskewcorrection-java   the jar, and the library where the JVM looks for it
+#   python python3-skewcorrection   the Python package, which loads the installed library
 include(CMakePackageConfigHelpers)
 
 set(cmake_home ${CMAKE_INSTALL_LIBDIR}/cmake/skewcorrection)
@@ -63,5 +64,14 @@ if(SKEW_BUILD_JAVA)
   set(CPACK_DEBIAN_JAVA_PACKAGE_DEPENDS ${this_library})
   set(CPACK_DEBIAN_JAVA_PACKAGE_SHLIBDEPS OFF)
   set(CPACK_COMPONENT_JAVA_DESCRIPTION "Java classes of the skew correction library")
+endif()
+if(SKEW_BUILD_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-skewcorrection)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${this_library}, python3:any, python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "Python package of the skew correction library")
 endif()
 include(CPack)
