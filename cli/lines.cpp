@@ -93,6 +93,12 @@ std::string json_line(const PageResult& result, const Options& options) {
   }
   json["action"] = action_word(result.action, writes_nothing(options));
   if (result.action == Action::kStraightened) json["turned"] = rounded(result.turned, 1000);
+  if (result.transform.width > 0 && result.action != Action::kFailed) {
+    const SkewTransform& t = result.transform;
+    json["size_out"] = {t.outWidth, t.outHeight};
+    json["canvas"] = result.canvas == SKEW_CANVAS_EXPAND ? "expand" : "keep";
+    json["transform"] = {t.a, t.b, t.c, t.d, t.e, t.f};
+  }
   if (result.action == Action::kFailed)
     json["error"] = result.why;
   else if (!result.why.empty())

@@ -6,6 +6,7 @@
 
 #include "cli/measure.h"
 #include "cli/options.h"
+#include "skewcorrection/level.h"
 
 namespace tool {
 
@@ -21,9 +22,11 @@ struct PageResult {
   double turned = 0.0;    // straightened: by how much, degrees
   bool by_paper = false;  // the paper's edge decided
   Action action = Action::kFailed;
-  std::string why;     // left alone, skipped or failed: the reason
-  std::string output;  // the file written
-  std::string html;    // report: the page's part of it
+  std::string why;            // left alone, skipped or failed: the reason
+  std::string output;         // the file written
+  SkewTransform transform{};  // from the page to its result; no width where there is none
+  int canvas = SKEW_CANVAS_KEEP;
+  std::string html;  // report: the page's part of it
 };
 
 // "scan.tif" or "scan.tif, page 2".

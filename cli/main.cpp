@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "cli/map.h"
 #include "cli/run.h"
 #include "cli/undo.h"
 #include "files/image_write.h"
@@ -110,6 +111,24 @@ void add_output(CLI::App* command, Options& o) {
       ->option_text("N");
 }
 
+void add_map(CLI::App* command, Options& o) {
+  command->add_option("INPUT", o.inputs, "hOCR, ALTO, PAGE or a table of boxes; - for standard input")
+      ->required()
+      ->expected(1, 2)
+      ->option_text("FILE");
+  command->add_option("--sidecar", o.map.sidecar, "What deskew --sidecar wrote for the page")
+      ->required()
+      ->option_text("FILE");
+  command->add_option("--page", o.map.page, "The page of the sidecar (default: all, in order)")
+      ->check(CLI::Range(1, 1000000))
+      ->option_text("N");
+  command->add_flag("--back", o.map.back, "From the straightened page to its source");
+  command->add_flag("--whole", o.map.whole, "Round to whole pixels");
+  command->add_option("-o,--output", o.target.file, "The file to write; - is standard output")
+      ->option_text("FILE");
+  command->add_flag("--overwrite", o.overwrite, "Replace it if it exists");
+}
+
 void add_turning(CLI::App* command, Words& words) {
   command
       ->add_option("--background", words.background,
@@ -172,6 +191,7 @@ std::string settle_target(Options& o) {
   if (!target.file.empty() && (o.inputs.size() > 1 || is_folder(o.inputs[0])))
     return "--output takes a single file; use --output-dir";
   if (is_folder(target.file)) return target.file + " is a folder; use --output-dir";
+  if (o.sidecar && files::is_stream(target.file)) return "--sidecar needs a result with a name of its own";
   if (target.in_place && o.resume)
     return "--resume needs results of their own: it does not go with --in-place";
   std::error_code ignored;
@@ -193,7 +213,8 @@ std::string settle(Options& o, const Words& words) {
   if (!parse_colour(words.background, o.background))
     return "--background: \"" + words.background + "\" is neither auto, white, black nor #RRGGBB";
   if (o.jobs == 0) o.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-  if (o.command != Command::kDeskew && o.command != Command::kRotate && o.command != Command::kUndo)
+  if (o.command != Command::kDeskew && o.command != Command::kRotate && o.command != Command::kUndo &&
+      o.command != Command::kMap)
     return "";
 
   std::string wrong = settle_target(o);
@@ -209,13 +230,14 @@ std::string settle(Options& o, const Words& words) {
 }
 
 struct Commands {
-  CLI::App *measure, *deskew, *report, *rotate, *undo;
+  CLI::App *measure, *deskew, *report, *rotate, *undo, *map;
 
   Command chosen() const {
     return measure->parsed()  ? Command::kMeasure
            : deskew->parsed() ? Command::kDeskew
            : report->parsed() ? Command::kReport
            : undo->parsed()   ? Command::kUndo
+           : map->parsed()    ? Command::kMap
                               : Command::kRotate;
   }
 };
@@ -230,11 +252,15 @@ Commands define(CLI::App& app, Options& options, Words& words) {
       app.add_subcommand("report", "Show on one HTML page how every page was measured"),
       app.add_subcommand("rotate", "Straighten by an angle measured elsewhere"),
       app.add_subcommand("undo", "Give PDF files that were levelled back as they were"),
+      app.add_subcommand("map", "Move boxes found on a page to where straightening took them, or back"),
   };
   for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report, c.undo}) add_inputs(command, options);
   for (CLI::App* command : {c.measure, c.deskew, c.rotate, c.report}) add_reading(command, options);
   for (CLI::App* command : {c.deskew, c.rotate, c.undo}) add_target(command, options);
   for (CLI::App* command : {c.deskew, c.rotate}) add_output(command, options);
+  add_map(c.map, options);
+  for (CLI::App* command : {c.deskew, c.rotate})
+    command->add_flag("--sidecar", options.sidecar, "Write where each point went into RESULT.json");
   for (CLI::App* command : {c.rotate, c.undo})
     command->add_flag("--force", options.force, "Change signed PDF files, which breaks the signature");
   for (CLI::App* command : {c.deskew, c.rotate, c.report}) add_turning(command, words);
@@ -274,7 +300,9 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    return options.command == Command::kUndo ? tool::undo(options) : tool::run(options);
+    if (options.command == Command::kUndo) return tool::undo(options);
+    if (options.command == Command::kMap) return tool::map(options);
+    return tool::run(options);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "skewcorrect: %s\n", error.what());
     return 1;

@@ -11,11 +11,19 @@
 
 namespace tool {
 
-enum class Command { kMeasure, kDeskew, kRotate, kReport, kUndo };
+enum class Command { kMeasure, kDeskew, kRotate, kReport, kUndo, kMap };
 
 struct Background {
   bool sampled = true;  // take the colour from the page's own border
   uint8_t rgb[3] = {255, 255, 255};
+};
+
+// The command map.
+struct MapOptions {
+  std::string sidecar;
+  int page = 0;  // of the sidecar, from 1; 0: all, in order
+  bool back = false;
+  bool whole = false;
 };
 
 struct Options {
@@ -43,6 +51,9 @@ struct Options {
   std::string password;  // of PDF files
   int64_t max_pixels = 200'000'000;
   bool tolerant = false;
+
+  bool sidecar = false;  // write the JSON line of each page beside its result
+  MapOptions map;
 
   bool json = false;
   bool quiet = false;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <new>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "cli/turn.h"
 #include "files/failure.h"
 #include "files/image_write.h"
+#include "files/sidecar.h"
 #include "skewcorrection/level.h"
 
 namespace tool {
@@ -115,8 +117,10 @@ void FileJob::plan_output(files::Claims& claims) {
   if (!one_file_ && source_.pages > 1 && files::is_stream(output_))
     throw files::Failure("has " + std::to_string(source_.pages) +
                          " pages: only TIFF and PDF can carry them in one stream");
-  for (int page = 0; page < (one_file_ ? 1 : source_.pages); ++page)
+  for (int page = 0; page < (one_file_ ? 1 : source_.pages); ++page) {
     claims.claim(output_of_page(page), options_.target.in_place);
+    if (options_.sidecar) claims.claim(files::sidecar_of(output_of_page(page)), options_.target.in_place);
+  }
   skips_ = one_file_ && stands(output_);
   if (one_file_ && !skips_ && !options_.dry_run) check_target(output_);
 }
@@ -140,8 +144,11 @@ std::string FileJob::output_of_page(int page) const {
 }
 
 void FileJob::check_target(const std::string& path) const {
-  if (options_.target.in_place || options_.overwrite || files::is_stream(path) || !exists(path)) return;
-  throw files::Failure("not written: " + path + " exists (use --overwrite)");
+  if (options_.target.in_place || options_.overwrite || files::is_stream(path)) return;
+  const std::string sidecar = files::sidecar_of(path);
+  if (exists(path)) throw files::Failure("not written: " + path + " exists (use --overwrite)");
+  if (options_.sidecar && exists(sidecar))
+    throw files::Failure("not written: " + sidecar + " exists (use --overwrite)");
 }
 
 PageResult FileJob::run_page(int page) {
@@ -223,6 +230,7 @@ void FileJob::write_page(int number, PageResult& result) {
     result.measured = true;
     decide(result);
   }
+  note_transform(result);
   if (options_.dry_run) return;
 
   if (format_ == files::Format::kPdf)
@@ -230,6 +238,30 @@ void FileJob::write_page(int number, PageResult& result) {
   else
     write_pixels(number, page, path, result);
   if (result.action == Action::kStraightened || !options_.target.in_place) result.output = path;
+  if (options_.sidecar) keep_sidecar(number, result);
+}
+
+void FileJob::note_transform(PageResult& result) const {
+  const bool turned = result.action == Action::kStraightened;
+  const double angle = turned ? result.turned : 0.0;
+  result.canvas = turned ? options_.canvas : SKEW_CANVAS_KEEP;
+  const int code = options_.fast
+                       ? skew_transform_in_steps(result.width, result.height, angle, &result.transform)
+                       : skew_transform(result.width, result.height, angle, result.canvas, &result.transform);
+  if (code != SKEW_OK) throw files::Failure("cannot be turned by this angle");
+}
+
+// The lines of one file's pages stand in one sidecar, which is written with the last of them.
+void FileJob::keep_sidecar(int number, const PageResult& result) {
+  std::string lines = json_line(result, options_) + "\n";
+  if (one_file_) lines = sidecar_ += lines;
+  if (one_file_ && number + 1 < source_.pages) return;
+  const std::string path = files::sidecar_of(output_of_page(number));
+  files::TempFile temp(path, ".json");
+  std::ofstream(temp.path()) << lines;
+  if (fs::file_size(temp.path()) != lines.size())
+    throw files::Failure("has a sidecar that cannot be written");
+  temp.commit({options_.overwrite || options_.target.in_place, false, ""});
 }
 
 void FileJob::write_pixels(int number, const files::Page& page, const std::string& path,
@@ -314,7 +346,10 @@ void FileJob::add_to_pdf(int number, PageResult& result) {
     if (pdf_->is_signed() && !options_.force)
       throw files::Failure("is signed, and turning it would break the signature (--force does it)");
     result.why = pdf_->level(number, result.turned);
-    if (!result.why.empty()) result.action = Action::kLeftAlone;
+    if (!result.why.empty()) {
+      result.action = Action::kLeftAlone;
+      note_transform(result);
+    }
   }
   changed_ = changed_ || result.action == Action::kStraightened;
   if (number + 1 == source_.pages) finish_file();

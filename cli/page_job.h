@@ -44,6 +44,8 @@ class FileJob {
   void write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
                    const std::string& path);
   void write_pixels(int number, const files::Page& page, const std::string& path, const PageResult& result);
+  void note_transform(PageResult& result) const;
+  void keep_sidecar(int number, const PageResult& result);
   void wait_for_turn(int number);
   void add_to_pdf(int number, PageResult& result);
   void add_to_tiff(int number, const files::Page& page, const files::Raster& pixels, bool changed);
@@ -72,6 +74,7 @@ class FileJob {
   std::unique_ptr<files::TempFile> temp_;
   std::unique_ptr<files::MappedFile> stored_;  // the source's bytes, where both are TIFF
   std::unique_ptr<files::TiffWriter> tiff_;
+  std::string sidecar_;  // of the one file so far
 
   std::mutex pdf_mutex_;
   std::unique_ptr<files::PdfDocument> pdf_;
