@@ -1,7 +1,8 @@
 package com.narvo.android.lumetrix.imageprocessing;
 
 /**
- * The native methods of the library, as they are. {@link Deskewer} wraps them with checks, exceptions and a lock.
+ * The native methods of the library, as they are. Programs that were written for
+ * them keep working; new ones use {@link Deskewer}.
  *
  * <p>The methods measure how far the text lines of a page image are tilted and turn the image level. None of them
  * may run while another one runs, in the whole process. All image methods keep the measured angle, which {@link
