@@ -15,6 +15,7 @@
 #include "files/failure.h"
 #include "files/image_write.h"
 #include "files/sidecar.h"
+#include "files/square.h"
 #include "skewcorrection/level.h"
 
 namespace tool {
@@ -193,21 +194,22 @@ void FileJob::process(int number, PageResult& result) {
   const files::Page page = read(number);
   note_size(page, result);
   if (options_.command == Command::kReport) return describe_page(page, result);
-  result.measurement = measure(page.raster, options_.fast);
+  result.measurement = measure(files::SquarePixels(page).raster(), options_.fast);
   result.measured = true;
   result.action = Action::kMeasured;
 }
 
 void FileJob::describe_page(const files::Page& page, PageResult& result) const {
+  const files::SquarePixels square(page);
+  const files::Raster& before = square.raster();
   Details details;
-  result.measurement = measure(page.raster, details);
+  result.measurement = measure(before, details);
   result.measured = true;
   decide(result);
   files::Raster turned;
   if (result.action == Action::kStraightened)
-    turned = turn(page.raster, result.turned, options_.canvas,
-                  background_for(page.raster, options_.background), false);
-  result.html = report_section(result, page.raster, turned, *details);
+    turned = turn(before, result.turned, options_.canvas, background_for(before, options_.background), false);
+  result.html = report_section(result, before, turned, *details);
 }
 
 void FileJob::write_page(int number, PageResult& result) {
@@ -220,35 +222,45 @@ void FileJob::write_page(int number, PageResult& result) {
     }
     if (!one_file_) check_target(path);
   }
-  const files::Page page = read(number);
+  files::Page page = read(number);
   note_size(page, result);
+  const bool quarter = options_.command == Command::kRotate && std::fabs(options_.angle) == 90;
+  if (quarter) files::swap_sides(page.about);
+  const files::SquarePixels square(page, !quarter);
   if (options_.command == Command::kRotate) {
     result.turned = options_.angle;
     result.action = options_.angle == 0.0 ? Action::kLeftAlone : Action::kStraightened;
   } else {
-    result.measurement = measure(page.raster, options_.fast);
+    result.measurement = measure(square.raster(), options_.fast);
     result.measured = true;
     decide(result);
   }
-  note_transform(result);
+  note_transform(square, result);
   if (options_.dry_run) return;
 
   if (format_ == files::Format::kPdf)
     add_to_pdf(number, result);
   else
-    write_pixels(number, page, path, result);
+    write_pixels(number, page, square, path, result);
   if (result.action == Action::kStraightened || !options_.target.in_place) result.output = path;
   if (options_.sidecar) keep_sidecar(number, result);
 }
 
-void FileJob::note_transform(PageResult& result) const {
-  const bool turned = result.action == Action::kStraightened;
-  const double angle = turned ? result.turned : 0.0;
-  result.canvas = turned ? options_.canvas : SKEW_CANVAS_KEEP;
-  const int code = options_.fast
-                       ? skew_transform_in_steps(result.width, result.height, angle, &result.transform)
-                       : skew_transform(result.width, result.height, angle, result.canvas, &result.transform);
+void FileJob::note_unmoved(PageResult& result) const {
+  result.canvas = SKEW_CANVAS_KEEP;
+  if (skew_transform(result.width, result.height, 0, result.canvas, &result.transform) != SKEW_OK)
+    throw files::Failure("is too large to be turned");
+}
+
+void FileJob::note_transform(const files::SquarePixels& square, PageResult& result) const {
+  if (result.action != Action::kStraightened) return note_unmoved(result);
+  const int width = square.raster().width, height = square.raster().height;
+  result.canvas = options_.canvas;
+  SkewTransform turned;
+  const int code = options_.fast ? skew_transform_in_steps(width, height, result.turned, &turned)
+                                 : skew_transform(width, height, result.turned, result.canvas, &turned);
   if (code != SKEW_OK) throw files::Failure("cannot be turned by this angle");
+  result.transform = square.restored(turned);
 }
 
 // The lines of one file's pages stand in one sidecar, which is written with the last of them.
@@ -264,13 +276,13 @@ void FileJob::keep_sidecar(int number, const PageResult& result) {
   temp.commit({options_.overwrite || options_.target.in_place, false, ""});
 }
 
-void FileJob::write_pixels(int number, const files::Page& page, const std::string& path,
-                           const PageResult& result) {
+void FileJob::write_pixels(int number, const files::Page& page, const files::SquarePixels& square,
+                           const std::string& path, const PageResult& result) {
   const bool changed = result.action == Action::kStraightened;
   files::Raster turned;
   if (changed)
-    turned = turn(page.raster, result.turned, options_.canvas,
-                  background_for(page.raster, options_.background), options_.fast);
+    turned = square.restored(turn(square.raster(), result.turned, options_.canvas,
+                                  background_for(square.raster(), options_.background), options_.fast));
   const files::Raster& pixels = changed ? turned : page.raster;
   if (one_file_)
     add_to_tiff(number, page, pixels, changed);
@@ -348,7 +360,7 @@ void FileJob::add_to_pdf(int number, PageResult& result) {
     result.why = pdf_->level(number, result.turned);
     if (!result.why.empty()) {
       result.action = Action::kLeftAlone;
-      note_transform(result);
+      note_unmoved(result);
     }
   }
   changed_ = changed_ || result.action == Action::kStraightened;

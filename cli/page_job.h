@@ -12,6 +12,7 @@
 #include "files/image_read.h"
 #include "files/inputs.h"
 #include "files/pdf_level.h"
+#include "files/square.h"
 #include "files/targets.h"
 #include "files/temp_file.h"
 #include "files/tiff_file.h"
@@ -43,8 +44,10 @@ class FileJob {
   void decide(PageResult& result) const;
   void write_alone(const files::Page& page, const files::Raster& pixels, bool changed,
                    const std::string& path);
-  void write_pixels(int number, const files::Page& page, const std::string& path, const PageResult& result);
-  void note_transform(PageResult& result) const;
+  void write_pixels(int number, const files::Page& page, const files::SquarePixels& square,
+                    const std::string& path, const PageResult& result);
+  void note_unmoved(PageResult& result) const;
+  void note_transform(const files::SquarePixels& square, PageResult& result) const;
   void keep_sidecar(int number, const PageResult& result);
   void wait_for_turn(int number);
   void add_to_pdf(int number, PageResult& result);

@@ -268,6 +268,11 @@ Bytes bytes_of(const Directory& tags, uint16_t tag) {
 
 }  // namespace
 
+void swap_sides(Descriptions& page) {
+  std::swap(page.resolution.x, page.resolution.y);
+  page.sides_swapped = !page.sides_swapped;
+}
+
 Descriptions descriptions_in(const uint8_t* data, size_t size, Format format, int& frames) {
   Descriptions page;
   frames = 1;

@@ -10,7 +10,7 @@
 
 namespace files {
 
-enum class Format { kJpeg, kPng, kTiff, kWebp, kPnm, kPdf, kHeif, kOther };
+enum class Format { kJpeg, kPng, kTiff, kWebp, kPnm, kPdf, kHeif, kBmp, kOther };
 
 // 0 where the file does not tell.
 struct Resolution {
@@ -37,6 +37,9 @@ struct Descriptions {
   bool sides_swapped = false;   // the page is stored on its side
   bool lossless = false;        // WebP
 };
+
+// For a page that is turned by a quarter.
+void swap_sides(Descriptions& page);
 
 // Reads what the bytes of a JPEG, PNG or WebP say; frames receives the number of frames of a PNG or 1.
 Descriptions descriptions_in(const uint8_t* data, size_t size, Format format, int& frames);

@@ -84,7 +84,7 @@ VImage odd_image(const Stored& stored, const Raster& raster) {
 Stored load(const SourceFile& file, int page, const ReadOptions& options, VipsAccess access) {
   Stored stored;
   try {
-    if (file.format == Format::kOther && file.extension == "bmp") {
+    if (file.format == Format::kBmp) {
       stored.image = VImage::magickload(("bmp:" + file.path).c_str());
     } else if (file.format == Format::kTiff) {
       stored.file = std::make_unique<MappedFile>(file.path);
@@ -222,7 +222,7 @@ SourceFile open_source(const std::string& path, const std::string& name, const R
   const MappedFile bytes(path);
   SourceFile file{path, name, Format::kOther, "png", 1, {}};
   if (bytes.size() > 26 && std::memcmp(bytes.data(), "BM", 2) == 0) {
-    file.extension = "bmp";
+    file.format = Format::kBmp;
     return file;
   }
   const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
@@ -271,8 +271,7 @@ Page read_page(const SourceFile& file, int number, const ReadOptions& options) {
   } catch (const vips::VError&) {
     throw unreadable("is damaged");
   }
-  page.about.sides_swapped = orientation >= 5;
-  if (orientation >= 5) std::swap(page.about.resolution.x, page.about.resolution.y);
+  if (orientation >= 5) swap_sides(page.about);
   const bool bits = stores_bits(file, stored);
   if ((file.format == Format::kPdf || bits) && page.raster.channels == 3) drop_equal_channels(page.raster);
   page.bilevel = bits && black_and_white(page.raster);
