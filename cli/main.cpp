@@ -81,6 +81,11 @@ void add_reading(CLI::App* command, Options& o) {
       ->check(CLI::Range(18.0, 2400.0))
       ->option_text("N");
   command
+      ->add_option("--page-timeout", o.page_timeout,
+                   "Give up a page that takes longer to decode, seconds; 0 for no limit (default 300)")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("N");
+  command
       ->add_option("--max-pixels", o.max_pixels, "Refuse larger images; 0 for no limit (default 200000000)")
       ->check(CLI::NonNegativeNumber)
       ->option_text("N");

@@ -51,6 +51,7 @@ struct Options {
   std::string password;  // of PDF files
   int64_t max_pixels = 200'000'000;
   bool tolerant = false;
+  int page_timeout = 300;  // seconds that decoding a page may take, 0 for no limit
 
   bool sidecar = false;  // write the JSON line of each page beside its result
   MapOptions map;

@@ -60,8 +60,9 @@ std::string why_left(const SkewLevel& level, const Measurement& measurement) {
 
 }  // namespace
 
-FileJob::FileJob(const files::Input& input, const Options& options, files::Claims& claims)
-    : options_(options), input_(input) {
+FileJob::FileJob(const files::Input& input, const Options& options, files::Claims& claims,
+                 files::Decoders& decoders)
+    : options_(options), decoders_(decoders), input_(input) {
   read_options_.dpi = options.dpi > 0 ? options.dpi : kDrawnDpi;
   read_options_.password = options.password;
   read_options_.max_pixels = options.max_pixels;
@@ -70,7 +71,7 @@ FileJob::FileJob(const files::Input& input, const Options& options, files::Claim
   trouble_ = input.error;
   if (!trouble_.empty()) return;
   try {
-    source_ = files::open_source(input.path, input.name, read_options_);
+    source_ = decoders_.open(input.path, input.name, read_options_);
     if (options.command == Command::kDeskew || options.command == Command::kRotate) plan_output(claims);
     if (source_.format == files::Format::kPdf) open_pdf();
   } catch (const std::exception& error) {
@@ -185,7 +186,7 @@ files::Page FileJob::read(int number) {
     const std::lock_guard<std::mutex> lock(pdf_mutex_);
     how.dpi = pdf_->drawing_dpi(number, measured_only ? kMeasuredDpi : kDrawnDpi);
   }
-  return files::read_page(source_, number, how);
+  return decoders_.read(source_, number, how);
 }
 
 void FileJob::process(int number, PageResult& result) {

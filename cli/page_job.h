@@ -9,7 +9,7 @@
 
 #include "cli/lines.h"
 #include "cli/options.h"
-#include "files/image_read.h"
+#include "files/decoders.h"
 #include "files/inputs.h"
 #include "files/pdf_level.h"
 #include "files/square.h"
@@ -21,7 +21,8 @@ namespace tool {
 
 class FileJob {
  public:
-  FileJob(const files::Input& input, const Options& options, files::Claims& claims);
+  FileJob(const files::Input& input, const Options& options, files::Claims& claims,
+          files::Decoders& decoders);
 
   int pages() const { return source_.pages; }
   const files::SourceFile& source() const { return source_; }
@@ -57,6 +58,7 @@ class FileJob {
   void pass_turn(int page, bool failed);
 
   const Options& options_;
+  files::Decoders& decoders_;
   files::Input input_;
   files::SourceFile source_;
   files::ReadOptions read_options_;

@@ -2,16 +2,18 @@
 
 #include <unistd.h>
 
-#include <condition_variable>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "cli/page_job.h"
 #include "cli/report.h"
 #include "files/failure.h"
+#include "files/image_read.h"
 
 namespace tool {
 
@@ -20,8 +22,12 @@ namespace {
 // Hands out pages in order and prints their results in the same order, whichever is done first.
 class Run {
  public:
-  Run(const Options& options, std::vector<files::Input> inputs)
-      : options_(options), inputs_(std::move(inputs)), claims_(inputs_), reporter_(options) {
+  Run(const Options& options, std::vector<files::Input> inputs, files::Decoders& decoders)
+      : options_(options),
+        inputs_(std::move(inputs)),
+        claims_(inputs_),
+        decoders_(decoders),
+        reporter_(options) {
     if (options.command == Command::kReport) {
       claims_.claim(options.target.file, false);
       report_ = std::make_unique<ReportFile>(options.target.file, options.overwrite);
@@ -30,7 +36,11 @@ class Run {
 
   int execute() {
     std::vector<std::thread> others;
-    for (int i = 1; i < options_.jobs; ++i) others.emplace_back([this] { work(); });
+    try {
+      for (int i = 1; i < options_.jobs; ++i) others.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+      // Fewer workers do the same.
+    }
     work();
     for (auto& thread : others) thread.join();
     reporter_.clear_progress();
@@ -51,7 +61,7 @@ class Run {
     if (!job_ || page_ == job_->pages()) {
       if (file_ == inputs_.size()) return false;
       const files::Input& input = inputs_[file_++];
-      job_ = std::make_shared<FileJob>(input, options_, claims_);
+      job_ = std::make_shared<FileJob>(input, options_, claims_, decoders_);
       page_ = 0;
       const std::lock_guard<std::mutex> printing(printing_);
       reporter_.show_progress(file_, inputs_.size(), input.name);
@@ -60,15 +70,20 @@ class Run {
     return true;
   }
 
+  // A page that is done waits in done_ until those before it are printed; its worker goes on.
   void work() {
     for (Task task; next(task);) {
-      const PageResult result = task.job->run_page(task.page);
-      std::unique_lock<std::mutex> lock(printing_);
-      turn_.wait(lock, [&] { return printed_ == task.number; });
-      reporter_.show(result);
-      add_to_report(result);
-      ++printed_;
-      turn_.notify_all();
+      PageResult result = task.job->run_page(task.page);
+      task.job.reset();
+      const std::lock_guard<std::mutex> lock(printing_);
+      done_.emplace(task.number, std::move(result));
+      for (auto first = done_.begin(); first != done_.end() && first->first == printed_;
+           first = done_.begin()) {
+        reporter_.show(first->second);
+        add_to_report(first->second);
+        done_.erase(first);
+        ++printed_;
+      }
     }
   }
 
@@ -84,14 +99,15 @@ class Run {
   const Options& options_;
   const std::vector<files::Input> inputs_;
   files::Claims claims_;
+  files::Decoders& decoders_;
   std::mutex tasks_;
   size_t file_ = 0, task_ = 0;
   int page_ = 0;
   std::shared_ptr<FileJob> job_;
 
   std::mutex printing_;
-  std::condition_variable turn_;
   size_t printed_ = 0;
+  std::map<size_t, PageResult> done_;
   Reporter reporter_;
   std::unique_ptr<ReportFile> report_;
   std::string trouble_;  // why there will be no report
@@ -107,9 +123,16 @@ void spool_standard_input(const std::string& path) {
   if (std::fclose(out) != 0 || !good) throw files::Failure("standard input cannot be kept in " + path);
 }
 
+// For the largest page that may be decoded, with all that decoders keep besides; 0 where there is no largest.
+uint64_t decoder_memory(const Options& options) {
+  return options.max_pixels == 0 ? 0 : (uint64_t{1} << 30) + 12 * static_cast<uint64_t>(options.max_pixels);
+}
+
 }  // namespace
 
 int run(const Options& options) {
+  // Before there are threads, which the image library starts as well.
+  files::Decoders decoders({options.jobs, options.page_timeout, decoder_memory(options)});
   files::clean_up_on_signals();
   files::start_image_library("skewcorrect");
   std::unique_ptr<files::TempFile> spool;
@@ -119,8 +142,10 @@ int run(const Options& options) {
     spool = std::make_unique<files::TempFile>("", "");
     spool_standard_input(spool->path());
   }
-  Run all(options, files::find_inputs(options.inputs, options.recursive, options.target.folder,
-                                      spool ? spool->path() : ""));
+  Run all(options,
+          files::find_inputs(options.inputs, options.recursive, options.target.folder,
+                             spool ? spool->path() : ""),
+          decoders);
   return all.execute();
 }
 

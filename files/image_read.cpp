@@ -136,7 +136,7 @@ void drop_equal_channels(Raster& raster) {
     if (p[0] != p[1] || p[1] != p[2]) return;
   }
   for (size_t i = 0; i < count; ++i) raster.pixels[i] = raster.pixels[3 * i];
-  raster.pixels.resize(count);
+  raster.pixels.shrink(count);
   raster.channels = 1;
 }
 
@@ -179,11 +179,9 @@ Descriptions describe(const SourceFile& file, const Stored& stored, const ReadOp
 }
 
 Raster pixels_of(const VImage& image) {
-  Raster raster{image.width(), image.height(), image.bands(), {}};
-  size_t size = 0;
-  auto* data = static_cast<uint8_t*>(image.write_to_memory(&size));
-  raster.pixels.assign(data, data + size);
-  g_free(data);
+  Raster raster = make_raster(image.width(), image.height(), image.bands());
+  image.write(VImage::new_from_memory(raster.pixels.data(), raster.pixels.size(), raster.width, raster.height,
+                                      raster.channels, VIPS_FORMAT_UCHAR));
   return raster;
 }
 
