@@ -155,8 +155,10 @@ void call_rotate(Source& source, Outcome& out) {
 void call_transform(Source& source, Outcome& out) {
   JniTable table(true);
   JavaObject result = JavaObject::of("doubles", std::vector<double>(10, -1.0));
-  out.add(SKEW_PAGE_METHOD(transform)(table.env(), nullptr, source.between(0, 5000), source.between(0, 5000),
-                                      source.between(-181, 181), source.between(0, 1), result.as_doubles()));
+  const jint width = source.between(0, 5000), height = source.between(0, 5000);
+  const double angle = source.between(-181, 181);
+  out.add(SKEW_PAGE_METHOD(transform)(table.env(), nullptr, width, height, angle, source.between(0, 1),
+                                      result.as_doubles()));
   out.add(result.bytes);
   events().clear();
 }

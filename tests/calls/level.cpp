@@ -31,23 +31,36 @@ void add(Outcome& out, const SkewTransform& t) {
   for (const double value : {t.a, t.b, t.c, t.d, t.e, t.f}) out.add(value);
 }
 
+// Drawn one after the other: the order in which arguments are worked out differs between processors.
+struct Drawn {
+  int width, height;
+  double angle;
+  int canvas;
+  Drawn(Source& source, int smallest, int largest, int limit, int canvases) {
+    width = source.between(smallest, largest);
+    height = source.between(smallest, largest);
+    angle = draw_degrees(source, limit);
+    canvas = source.between(0, canvases - 1);
+  }
+};
+
 void call_transform(Source& source, Outcome& out) {
-  const int width = source.between(-1, 70000), height = source.between(-1, 70000);
+  const Drawn drawn(source, -1, 70000, 181, 3);
   SkewTransform turned = {}, in_steps = {};
-  out.add(skew_transform(width, height, draw_degrees(source, 181), source.between(0, 2), &turned));
+  out.add(skew_transform(drawn.width, drawn.height, drawn.angle, drawn.canvas, &turned));
   add(out, turned);
-  out.add(skew_transform_in_steps(width, height, draw_degrees(source, 70), &in_steps));
+  out.add(skew_transform_in_steps(drawn.width, drawn.height, draw_degrees(source, 70), &in_steps));
   add(out, in_steps);
 }
 
 void call_map(Source& source, Outcome& out) {
+  const Drawn drawn(source, 1, 9000, 180, 2);
   SkewTransform transform = {};
-  skew_transform(source.between(1, 9000), source.between(1, 9000), draw_degrees(source, 180),
-                 source.between(0, 1), &transform);
+  skew_transform(drawn.width, drawn.height, drawn.angle, drawn.canvas, &transform);
   std::vector<double> points(2 * static_cast<size_t>(source.between(0, 20)));
   for (double& value : points) value = source.between(-90000, 90000) / 8.0;
-  out.add(
-      skew_map_points(&transform, source.between(0, 2), points.data(), static_cast<int>(points.size() / 2)));
+  const int direction = source.between(0, 2), count = static_cast<int>(points.size() / 2);
+  out.add(skew_map_points(&transform, direction, points.data(), count));
   out.add(points);
 }
 
@@ -58,8 +71,9 @@ void call_decide(Source& source, Outcome& out) {
   page.paperFound = source.between(0, 1);
   page.verdict = source.between(0, 2);
   const SkewLevelOptions options = draw_options(source);
+  const int width = source.between(0, 5000), height = source.between(0, 5000);
   SkewLevel level = {};
-  out.add(skew_decide_level(&page, source.between(0, 5000), source.between(0, 5000), &options, &level));
+  out.add(skew_decide_level(&page, width, height, &options, &level));
   for (const int value : {level.action, level.aligned, level.canvas}) out.add(value);
   out.add(level.tilt);
   out.add(level.angle);
