@@ -22,7 +22,7 @@ import org.junit.jupiter.api.Test;
 
 /** Levelling Java's own images, of every type. */
 class ImageDeskewerTest {
-  private static final int WIDTH = 601, HEIGHT = 500;
+  private static final int WIDTH = 440, HEIGHT = 360;
 
   /** An image of channels deeper than a byte, drawn from the page's gray. */
   private static BufferedImage deep(int type, int bands, boolean alpha, int[] argb) {
