@@ -3,8 +3,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 namespace tool {
@@ -108,13 +110,30 @@ std::string json_line(const PageResult& result, const Options& options) {
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+std::string printable(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    // The controls above 127 are two bytes long in UTF-8.
+    const bool high = c == 0xc2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xa0;
+    if (c >= 0x20 && c != 0x7f && !high) {
+      out += text[i];
+      continue;
+    }
+    char code[8];
+    std::snprintf(code, sizeof code, "\\x%02x", high ? static_cast<unsigned char>(text[++i]) : c);
+    out += code;
+  }
+  return out;
+}
+
 Reporter::Reporter(const Options& options) : options_(options), watched_(!options.quiet && isatty(2)) {}
 
 void Reporter::show_progress(size_t done, size_t total, const std::string& name) {
   if (!watched_) return;
   winsize window{};
   const size_t columns = ioctl(2, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
-  std::string text = "[" + std::to_string(done) + "/" + std::to_string(total) + "] " + name;
+  std::string text = "[" + std::to_string(done) + "/" + std::to_string(total) + "] " + printable(name);
   if (text.size() >= columns) text.resize(columns - 1);
   std::fprintf(stderr, "\r\033[K%s", text.c_str());
   std::fflush(stderr);
@@ -133,15 +152,15 @@ void Reporter::show(const PageResult& result) {
   const bool failed = result.action == Action::kFailed;
   if (failed) {
     failed_ = true;
-    std::fprintf(stderr, "skewcorrect: %s %s\n", page_name(result).c_str(), result.why.c_str());
+    const std::string line = page_name(result) + " " + result.why;
+    std::fprintf(stderr, "skewcorrect: %s\n", isatty(2) ? printable(line).c_str() : line.c_str());
   }
-  if (options_.quiet) return;
+  if (options_.quiet || (failed && !options_.json) || !lost_.empty()) return;
   FILE* out = options_.target.file == "-" ? stderr : stdout;  // standard output then carries the image
-  if (options_.json)
-    std::fprintf(out, "%s\n", json_line(result, options_).c_str());
-  else if (!failed)
-    std::fprintf(out, "%s\n", text_line(result, options_).c_str());
-  std::fflush(out);
+  std::string line = options_.json ? json_line(result, options_) : text_line(result, options_);
+  if (!options_.json && isatty(fileno(out))) line = printable(line);
+  if (std::fprintf(out, "%s\n", line.c_str()) < 0 || std::fflush(out) != 0)
+    lost_ = std::string("lines cannot be written: ") + std::strerror(errno);
 }
 
 }  // namespace tool

@@ -38,6 +38,9 @@ std::string json_line(const PageResult& result, const Options& options);
 // The measurement in a few words: "4.28 degrees, trusted".
 std::string in_words(const Measurement& measurement);
 
+// Text with control characters spelled out, which on a terminal could do anything.
+std::string printable(const std::string& text);
+
 class Reporter {
  public:
   explicit Reporter(const Options& options);
@@ -46,11 +49,15 @@ class Reporter {
   void clear_progress();
   bool failed() const { return failed_; }
 
+  // Why lines can no longer be written, empty while they can.
+  const std::string& lost() const { return lost_; }
+
  private:
   const Options& options_;
   bool watched_;  // standard error is a terminal
   bool pending_ = false;
   bool failed_ = false;
+  std::string lost_;
 };
 
 }  // namespace tool

@@ -177,6 +177,19 @@ PageResult FileJob::run_page(int page) {
   return result;
 }
 
+bool FileJob::settled() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !one_file_ || options_.dry_run || !trouble_.empty() || next_page_ == source_.pages;
+}
+
+void FileJob::settle(PageResult& result) {
+  const bool written = result.action == Action::kStraightened || result.action == Action::kLeftAlone;
+  if (!one_file_ || options_.dry_run || failed_page_ == 0 || !written) return;
+  result.action = Action::kFailed;
+  result.why = "not written, because page " + std::to_string(failed_page_) + " failed";
+  result.output.clear();
+}
+
 // Pages of a PDF are drawn at the resolution of the scan they consist of, if they do.
 files::Page FileJob::read(int number) {
   files::ReadOptions how = read_options_;

@@ -31,6 +31,12 @@ class FileJob {
   // started after the one before it: they are written in order. Never throws.
   PageResult run_page(int page);
 
+  // Whether what the pages say will stay true: at once, or when the one file that they go into is written.
+  bool settled();
+
+  // Lets a page of a file that was not written say so.
+  void settle(PageResult& result);
+
  private:
   void open_pdf();
   void plan_output(files::Claims& claims);

@@ -12,7 +12,7 @@ namespace files {
 
 namespace {
 
-constexpr uint16_t kTagIcc = 34675, kTagXmp = 700, kTagPhotoshop = 34377;
+constexpr uint16_t kTagIcc = 34675, kTagXmp = 700, kTagPhotoshop = 34377, kTagIptc = 33723;
 constexpr char kExifMark[] = "Exif\0", kXmpMark[] = "http://ns.adobe.com/xap/1.0/",
                kIccMark[] = "ICC_PROFILE", kPhotoshopMark[] = "Photoshop 3.0", kJfifMark[] = "JFIF";
 
@@ -35,6 +35,12 @@ Resolution resolution_of(const Directory& tags) {
   const uint64_t unit = tags.number(kTagResolutionUnit, 2);
   if (unit != 2 && unit != 3) return {};
   return {tags.real(kTagXResolution), tags.real(kTagYResolution), unit == 3};
+}
+
+void set_resolution(Directory& tags, const Resolution& resolution) {
+  tags.set_fraction(kTagXResolution, resolution.x);
+  tags.set_fraction(kTagYResolution, resolution.y);
+  tags.set_number(kTagResolutionUnit, kShort, resolution.per_cm ? 3 : 2);
 }
 
 Resolution resolution_of_exif(const Bytes& exif) {
@@ -85,8 +91,19 @@ void read_jpeg(Descriptions& page, const uint8_t* data, size_t size) {
     read_segment(page, marker, Bytes(data + at + 4, data + at + 2 + length));
     at += 2 + length;
   }
+  // 72 in the JFIF header is what programs write that do not know; elsewhere it is the container's own word.
   const Resolution told = resolution_of_exif(page.exif);
-  if (told.known()) page.resolution = told;
+  if (told.known() && (!page.resolution.known() || page.resolution.dpi() == 72)) page.resolution = told;
+}
+
+// A number that whole dots per inch are rounded to means those.
+Resolution per_metre(uint64_t x, uint64_t y) {
+  const double across = std::round(x * 0.0254), down = std::round(y * 0.0254);
+  const auto same = [](double dpi, uint64_t metre) {
+    return std::llround(dpi / 0.0254) == static_cast<long long>(metre);
+  };
+  if (same(across, x) && same(down, y)) return {across, down, false};
+  return {x / 100.0, y / 100.0, true};
 }
 
 void read_png(Descriptions& page, const uint8_t* data, size_t size, int& frames) {
@@ -98,7 +115,7 @@ void read_png(Descriptions& page, const uint8_t* data, size_t size, int& frames)
     const uint8_t* body = data + at + 8;
     if (kind == "acTL" && length >= 4) frames = static_cast<int>(get_number(body, 4, true));
     if (kind == "pHYs" && length >= 9 && body[8] == 1)
-      page.resolution = {get_number(body, 4, true) / 100.0, get_number(body + 4, 4, true) / 100.0, true};
+      page.resolution = per_metre(get_number(body, 4, true), get_number(body + 4, 4, true));
     if (kind == "eXIf") page.exif.assign(body, body + length);
     if (std::find(std::begin(kKept), std::end(kKept), kind) != std::end(kKept))
       page.chunks.push_back({kind, Bytes(body, body + length)});
@@ -243,7 +260,21 @@ void append_webp(Bytes& out, const char* kind, const Bytes& data) {
   if (data.size() & 1) out.push_back(0);
 }
 
-Bytes into_webp(const Bytes& encoded, const Descriptions& page, int width, int height) {
+// The only place for a resolution in a WebP is its EXIF block.
+Bytes exif_with_resolution(const Bytes& exif, const Resolution& resolution) {
+  if (!resolution.known() || resolution_of_exif(exif).known()) return exif;
+  Directory tags;
+  if (!exif.empty()) {
+    const Block block = Block::open(exif.data(), exif.size());
+    tags = block.read(block.first());
+  }
+  set_resolution(tags, resolution);
+  return exif_block(tags);
+}
+
+Bytes into_webp(const Bytes& encoded, const Descriptions& described, int width, int height) {
+  Descriptions page = described;
+  page.exif = exif_with_resolution(page.exif, page.resolution);
   const bool extended = std::memcmp(&encoded[12], "VP8X", 4) == 0;
   Bytes head(10);
   if (extended) std::copy_n(encoded.begin() + 20, 10, head.begin());
@@ -254,7 +285,12 @@ Bytes into_webp(const Bytes& encoded, const Descriptions& page, int width, int h
   Bytes out(encoded.begin(), encoded.begin() + 12);
   append_webp(out, "VP8X", head);
   append_webp(out, "ICCP", page.icc);
-  out.insert(out.end(), encoded.begin() + (extended ? 30 : 12), encoded.end());
+  for (size_t at = extended ? 30 : 12; at + 8 <= encoded.size();) {
+    const size_t length = get_number(&encoded[at + 4], 4, false), whole = 8 + length + (length & 1);
+    if (std::memcmp(&encoded[at], "VP8", 3) == 0 || std::memcmp(&encoded[at], "ALPH", 4) == 0)
+      out.insert(out.end(), encoded.begin() + at, encoded.begin() + std::min(encoded.size(), at + whole));
+    at += whole;
+  }
   append_webp(out, "EXIF", page.exif);
   append_webp(out, "XMP ", page.xmp);
   put_number(&out[4], out.size() - 8, 4, false);
@@ -289,6 +325,13 @@ Descriptions descriptions_of(const Directory& tags) {
   page.icc = bytes_of(tags, kTagIcc);
   page.xmp = bytes_of(tags, kTagXmp);
   page.photoshop = bytes_of(tags, kTagPhotoshop);
+  const Bytes iptc = bytes_of(tags, kTagIptc);
+  if (page.photoshop.empty() && !iptc.empty()) {  // as a resource of Photoshop, which is how a JPEG holds it
+    append(page.photoshop, {'8', 'B', 'I', 'M', 4, 4, 0, 0});
+    append_number(page.photoshop, iptc.size(), 4, true);
+    append(page.photoshop, iptc);
+    if (iptc.size() & 1) page.photoshop.push_back(0);
+  }
   Directory exif;
   exif.msb_first = tags.msb_first;
   for (uint16_t tag : {270, 271, 272, 282, 283, 296, 305, 306, 315, 316, 33432})
@@ -300,7 +343,8 @@ Descriptions descriptions_of(const Directory& tags) {
 
 Directory as_tags(const Descriptions& page, int channels) {
   Directory tags = page.tags;
-  if (tags.entries.empty() && !page.exif.empty()) {
+  const bool from_tiff = !tags.entries.empty();
+  if (!from_tiff && !page.exif.empty()) {
     try {
       const Block block = Block::open(page.exif.data(), page.exif.size());
       tags = block.read(block.first());
@@ -313,14 +357,12 @@ Directory as_tags(const Descriptions& page, int channels) {
   };
   tags.entries.erase(kTagIcc);
   if (channels_of(page.icc) == channels) put(kTagIcc, 7, page.icc);
-  put(kTagXmp, 1, page.xmp);
-  put(kTagPhotoshop, 1, page.photoshop);
+  if (!from_tiff) put(kTagXmp, 1, page.xmp);
+  if (!from_tiff) put(kTagPhotoshop, 1, page.photoshop);
   if (page.resolution.known()) {
     const Resolution now = resolution_of(tags);
     if (now.x != page.resolution.x || now.y != page.resolution.y || now.per_cm != page.resolution.per_cm) {
-      tags.set_fraction(kTagXResolution, page.resolution.x);
-      tags.set_fraction(kTagYResolution, page.resolution.y);
-      tags.set_number(kTagResolutionUnit, kShort, page.resolution.per_cm ? 3 : 2);
+      set_resolution(tags, page.resolution);
     }
   }
   return tags;
@@ -332,7 +374,8 @@ Bytes with_descriptions(const Bytes& encoded, Format format, const Descriptions&
   if (channels_of(page.icc) != channels) page.icc.clear();
   if (!page.exif.empty()) {
     try {
-      make_upright(page.exif, {width, height, page.sides_swapped});
+      const Resolution& told = page.resolution;
+      make_upright(page.exif, {width, height, page.sides_swapped, told.x, told.y, told.per_cm});
     } catch (const Failure&) {
       page.exif.clear();
     }

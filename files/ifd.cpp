@@ -36,6 +36,20 @@ void change_number(Bytes& exif, const Block& block, uint64_t entry, uint64_t val
   if (size > 0 && size <= 4) put_number(&exif[entry + 8], value, size, block.msb_first);
 }
 
+// A fraction stays as it is written where it says the same already.
+void change_fraction(Bytes& exif, const Block& block, uint64_t entry, double value) {
+  if (entry == 0 || block.number(entry + 2, 2) != kFraction) return;
+  const uint64_t at = block.number(entry + 8, 4);
+  if (at < 8 || at > exif.size() || exif.size() - at < 8) return;
+  const auto over = static_cast<double>(block.number(at, 4)),
+             under = static_cast<double>(block.number(at + 4, 4));
+  if (under > 0 && std::fabs(over / under - value) < 1e-3) return;
+  Directory fraction;
+  fraction.msb_first = block.msb_first;
+  fraction.set_fraction(0, value);
+  std::copy_n(fraction.entries[0].data.begin(), 8, exif.begin() + static_cast<ptrdiff_t>(at));
+}
+
 }  // namespace
 
 const Entry* Directory::find(uint16_t tag) const {
@@ -185,7 +199,13 @@ void make_upright(Bytes& exif, const Upright& page) {
   change_number(exif, block, place_of_entry(block, first, kTagOrientation), 1);
   const uint64_t x = place_of_entry(block, first, kTagXResolution),
                  y = place_of_entry(block, first, kTagYResolution);
-  if (page.sides_swapped && x && y) std::swap_ranges(&exif[x + 8], &exif[x + 12], &exif[y + 8]);
+  if (page.x > 0 && page.y > 0) {
+    change_fraction(exif, block, x, page.x);
+    change_fraction(exif, block, y, page.y);
+    change_number(exif, block, place_of_entry(block, first, kTagResolutionUnit), page.per_cm ? 3 : 2);
+  } else if (page.sides_swapped && x && y) {
+    std::swap_ranges(&exif[x + 8], &exif[x + 12], &exif[y + 8]);
+  }
   if (const uint64_t below = place_of_entry(block, first, kTagExif)) {
     const uint64_t inner = block.number(below + 8, 4);
     change_number(exif, block, place_of_entry(block, inner, 40962), page.width);

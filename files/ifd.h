@@ -64,12 +64,16 @@ uint64_t append_directory(const Directory& directory, bool big, uint64_t start, 
 // An EXIF block of its own.
 Bytes exif_block(const Directory& directory);
 
-// What a page turned upright says of itself in its EXIF block: changes the block where it is, so that notes of
-// cameras, which hold places in it, stay true. The preview is taken out.
+// What a new page says of itself in its EXIF block.
 struct Upright {
-  int width, height;   // of the new page, pixels
+  int width, height;   // pixels
   bool sides_swapped;  // it was turned by a quarter
+  double x, y;         // resolution; 0 leaves what the block says
+  bool per_cm;
 };
+
+// Changes the block where it is, so that notes of cameras, which hold places in it, stay true. The preview is
+// taken out.
 void make_upright(Bytes& exif, const Upright& page);
 
 }  // namespace files

@@ -8,6 +8,7 @@ import struct
 import subprocess
 import tempfile
 import unittest
+import zlib
 
 TOOL = os.environ.get("SKEWCORRECT", "skewcorrect")
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
@@ -28,6 +29,10 @@ def exif(path, *tags):
     out = sh("exiftool", "-j", "-G1", "-a", *["-" + t for t in tags], path).stdout
     found = {k.split(":")[-1]: v for k, v in json.loads(out)[0].items() if k != "SourceFile"}
     return [found.get(t.split(":")[-1].rstrip("#")) for t in tags]
+
+
+def png_chunk(kind, data):
+    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
 def icc_profile():
