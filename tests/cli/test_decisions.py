@@ -8,11 +8,13 @@ from support import ToolTest, convert, sh, unittest
 class Decisions(ToolTest):
     def test_when_a_page_is_straightened(self):
         self.small_page("page.jpg")
+        self.small_page("rising.jpg", turn=-9)
         self.level_page("level.jpg")
         convert("-size", "900x1200", "xc:white", self.path("blank.jpg"))
         convert("-size", "900x1200", "-seed", 4, "plasma:", "-blur", "0x3", self.path("picture.jpg"))
         for page, options, action, why in [
             ("page.jpg", [], "straightened", None),
+            ("rising.jpg", [], "straightened", None),
             ("page.jpg", ["--max-angle", 4], "left alone", "beyond --max-angle"),
             ("page.jpg", ["--min-angle", 5], "left alone", "below --min-angle"),
             ("page.jpg", ["--fast"], "straightened", None),
@@ -67,6 +69,19 @@ class Decisions(ToolTest):
             with self.subTest(angle=angle, canvas=canvas):
                 self.tool("rotate", "--angle", angle, "--canvas", canvas, "red.png", "-o", "out.png", "--overwrite")
                 self.assertEqual(sh("identify-im6.q16", "-format", "%w %h", self.path("out.png")).stdout, size)
+        convert("-size", "300x300", "xc:none", "-fill", "black", "-draw", "rectangle 100,100 200,200", self.path("clear.png"))
+        self.tool("rotate", "--angle", 1, "clear.png", "-o", "out.jpg")
+        self.assertGreater(min(corner("out.jpg")), 240, "what is transparent is paper")
+        convert(self.path("clear.png"), "-background", "white", "-flatten", "-threshold", "50%", "-compress", "group4",
+                self.path("bits.tif"))
+        self.tool("rotate", "--angle", 1, "bits.tif", "-o", "bits.png")
+        self.assertEqual(corner("bits.png"), (255, 255, 255))
+        page = self.small_page("page.png")
+        sizes = []
+        for quality in (30, 95):
+            self.tool("deskew", page, "-o", "q.jpg", "--overwrite", "--quality", quality)
+            sizes.append(self.path("q.jpg").stat().st_size)
+        self.assertGreater(sizes[1], 2 * sizes[0])
         # The angle that measure reports is the one that rotate undoes.
         page = self.small_page("page.png")
         self.tool("rotate", "--angle", self.angle(page), page, "-o", "straight.png")

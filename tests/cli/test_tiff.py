@@ -68,6 +68,27 @@ class Tiff(ToolTest):
         self.tool("deskew", book, "--in-place")
         self.assertAlmostEqual(self.angle(book), 0, delta=0.06)
 
+    def test_tags_stay(self):
+        tags = {"IFD0:GeoTiffAsciiParams": "WGS 84", "IFD0:WhitePoint": "0.3127 0.329", "GPS:GPSAltitude": "12 m",
+                "ExifIFD:ISO": 200, "IPTC:Keywords": "ink", "XMP-dc:Title": "Crooked", "IFD0:PageName": "vii"}
+        page = self.small_page("page.tif", "-compress", "lzw")
+        done = sh("exiftool", "-overwrite_original", *[f"-{t}={v}" for t, v in tags.items()], page)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.tool("deskew", page, "-o", "out.tif")
+        self.assertEqual(exif(self.path("out.tif"), *tags), exif(page, *tags))
+        self.assertNotIn(None, exif(page, *tags))
+
+    def test_colours_are_those_that_others_see(self):
+        for space, compress in [("YCbCr", "lzw"), ("YCbCr", "jpeg"), ("Lab", "lzw"), ("CMYK", "zip"), ("sRGB", "zip")]:
+            with self.subTest(space=space, compress=compress):
+                convert("-size", "300x300", "xc:rgb(200,120,40)", "-colorspace", space, "-compress", compress,
+                        self.path("page.tif"))
+                self.tool("rotate", "--angle", 0.5, "page.tif", "-o", "out.png", "--overwrite")
+                rgb = sh("convert-im6.q16", self.path("out.png"), "-colorspace", "sRGB", "-crop", "1x1+150+150", "-depth",
+                         8, "rgb:-").stdout
+                for found, put in zip(rgb, (200, 120, 40)):
+                    self.assertAlmostEqual(found, put, delta=40 if space == "CMYK" else 8)
+
     def test_pages_of_a_pdf(self):
         for number in (1, 2):
             convert(DATA / "page.jpg", "-resize", "1000x", self.path(f"{number}.jpg"))
