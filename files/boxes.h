@@ -7,6 +7,8 @@
 
 namespace files {
 
+constexpr double kFarthest = 1e9;  // pixels; documents with larger numbers are refused
+
 struct Point {
   double x = 0, y = 0;
 };

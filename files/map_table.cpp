@@ -115,19 +115,20 @@ class Table {
     const std::string text = plain(field);
     char* end = nullptr;
     const double number = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != 0 || !std::isfinite(number))
+    if (text.empty() || *end != 0 || !(std::fabs(number) < kFarthest))
       throw Failure("has a box with a number that is none: \"" + field.substr(0, 40) + "\"");
     return number;
   }
 
   void move(std::vector<std::string>& fields) {
-    const int last = *std::max_element(columns_.at, columns_.at + 4);
+    const int last =
+        std::max({*std::max_element(columns_.at, columns_.at + 4), columns_.level, columns_.page});
     if (static_cast<int>(fields.size()) <= last) throw Failure("has a row without its box");
     double v[4];
     for (int i = 0; i < 4; ++i) v[i] = value(fields[columns_.at[i]]);
     Box box = {v[0], v[1], columns_.sizes ? v[0] + v[2] : v[2], columns_.sizes ? v[1] + v[3] : v[3]};
     // Tesseract's tables have rows for pages (1) and lines (4), too.
-    const int level = columns_.level >= 0 ? static_cast<int>(value(fields[columns_.level])) : 5;
+    const double level = columns_.level >= 0 ? value(fields[columns_.level]) : 5;
     const std::string page = columns_.page >= 0 ? fields[columns_.page] : "";
     if (!map_ || page != page_) map_ = order_.next(level == 1 ? box.right : 0, level == 1 ? box.bottom : 0);
     page_ = page;

@@ -23,7 +23,7 @@ std::string* find(XmlAttributes& attributes, const char* name) {
 std::optional<double> number(const std::string& text) {
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
-  const bool good = end != text.c_str() && *end == 0 && std::isfinite(value);
+  const bool good = end != text.c_str() && *end == 0 && std::fabs(value) < kFarthest;
   return good ? std::optional<double>(value) : std::nullopt;
 }
 
@@ -202,9 +202,15 @@ class AltoEditor : public Editor {
  private:
   void start_page(XmlAttributes& attributes) {
     std::string *width = find(attributes, "WIDTH"), *height = find(attributes, "HEIGHT");
-    begin_page(width ? number(*width).value_or(-1) : 0, height ? number(*height).value_or(-1) : 0);
+    begin_page(size_of(width), size_of(height));
     if (width) *width = std::to_string(map().width_after());
     if (height) *height = std::to_string(map().height_after());
+  }
+
+  static double size_of(const std::string* text) {
+    const auto size = text ? number(*text) : std::optional<double>(0.0);
+    if (!size) throw Failure("has a page with a size that is no number");
+    return *size;
   }
 
   void move(const std::string& element, XmlAttributes& attributes) {

@@ -1,27 +1,9 @@
 // The command-line tool's reading of image files: whatever the file holds, a page or a clear failure comes out.
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include "files/failure.h"
 #include "files/image_read.h"
+#include "files/failure.h"
+#include "tests/fuzz/memory_file.h"
 
 namespace {
-
-// A file in memory, closed with the scope.
-class MemoryFile {
- public:
-  MemoryFile(const uint8_t* data, size_t size) : handle_(memfd_create("input", 0)) {
-    if (write(handle_, data, size) != static_cast<ssize_t>(size)) abort();
-  }
-  ~MemoryFile() { close(handle_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  std::string path() const { return "/proc/self/fd/" + std::to_string(handle_); }
-
- private:
-  int handle_;
-};
 
 files::ReadOptions options(bool tolerant) {
   files::ReadOptions chosen;
