@@ -1,7 +1,7 @@
 # The library's targets.
 #   skewcorrection_objects  every source once; each folder adds its own through skew_sources()
-#   skewcorrection_static   for the tests, fuzz targets and benchmarks, which also reach inside
-#   skewcorrection          libSkewCorrection_Lib.so, which exports the published names only
+#   skewcorrection          libSkewCorrection_Lib.so, which exports the published names only, or the archive
+#   skewcorrection_static   libSkewCorrection_Lib.a
 
 # True for the NDK and for the Android-shaped build: liblog exists, libraries have no version.
 set(SKEW_ANDROID OFF)
@@ -28,6 +28,7 @@ add_library(skewcorrection_no_runtime INTERFACE)
 target_compile_options(skewcorrection_no_runtime INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 target_link_libraries(skewcorrection_no_runtime INTERFACE skewcorrection_flags)
+target_compile_definitions(skewcorrection_no_runtime INTERFACE SKEW_BUILDING=1)
 if(SKEW_ANDROID)  # hardened as an NDK's own libraries are
   target_compile_options(skewcorrection_no_runtime INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE
     -D_FORTIFY_SOURCE=2 $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},aarch64>:-mbranch-protection=standard>)
@@ -79,13 +80,40 @@ endfunction()
 function(skew_add_library_targets)
   get_property(kernels GLOBAL PROPERTY SKEW_KERNEL_OBJECTS)
   set(objects $<TARGET_OBJECTS:skewcorrection_objects> ${kernels})
-  add_library(skewcorrection SHARED ${objects})
+  add_library(skewcorrection ${objects})  # shared, unless BUILD_SHARED_LIBS is off
   add_library(skewcorrection::skewcorrection ALIAS skewcorrection)
-  # Linked as C: the library needs the C library and libm, and no C++ runtime. -Bsymbolic keeps names as
-  # general as SIN or dilation in a host program from taking the place of the library's own.
+  set_target_properties(skewcorrection PROPERTIES OUTPUT_NAME SkewCorrection_Lib LINKER_LANGUAGE C)
+  target_link_libraries(skewcorrection PRIVATE m $<$<BOOL:${SKEW_ANDROID}>:log>)
+  target_include_directories(skewcorrection INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  if(BUILD_SHARED_LIBS)
+    skew_link_shared_library()
+  else()
+    target_compile_definitions(skewcorrection INTERFACE SKEW_STATIC=1)
+  endif()
+
+  # The same objects as an archive: for programs that want the library inside, and for the tests, fuzz targets and
+  # benchmarks, which also reach into it.
+  add_library(skewcorrection_static STATIC ${objects})
+  set_target_properties(skewcorrection_static PROPERTIES EXPORT_NAME static LINKER_LANGUAGE C)
+  if(BUILD_SHARED_LIBS AND NOT WIN32)
+    set_target_properties(skewcorrection_static PROPERTIES OUTPUT_NAME SkewCorrection_Lib)
+  endif()
+  target_link_libraries(skewcorrection_static PUBLIC m)
+  target_compile_definitions(skewcorrection_static PUBLIC SKEW_STATIC=1)
+  target_include_directories(skewcorrection_static PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+endfunction()
+
+# Linked as C: the library needs the C library and libm, and no C++ runtime. -Bsymbolic keeps names as general as SIN
+# or dilation in a host program from taking the place of the library's own.
+function(skew_link_shared_library)
+  if(WIN32)
+    return()  # the headers say what a DLL exports
+  endif()
   set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-  set_target_properties(skewcorrection PROPERTIES
-    OUTPUT_NAME SkewCorrection_Lib LINKER_LANGUAGE C LINK_DEPENDS ${map})
+  set_target_properties(skewcorrection PROPERTIES LINK_DEPENDS ${map})
   if(NOT SKEW_ANDROID)  # there, file and library have one name, without a version
     set_target_properties(skewcorrection PROPERTIES
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
@@ -95,12 +123,4 @@ function(skew_add_library_targets)
   if(NOT SKEW_SANITIZE)
     target_link_options(skewcorrection PRIVATE -Wl,--no-undefined)
   endif()
-  target_link_libraries(skewcorrection PRIVATE m $<$<BOOL:${SKEW_ANDROID}>:log>)
-  target_include_directories(skewcorrection INTERFACE
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-
-  add_library(skewcorrection_static STATIC ${objects})
-  target_link_libraries(skewcorrection_static PUBLIC m)
-  target_include_directories(skewcorrection_static PUBLIC
-    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
 endfunction()

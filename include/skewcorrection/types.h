@@ -7,8 +7,14 @@
 
 #include <stdint.h>
 
-/* Marks what the library exports. */
-#if defined(__GNUC__)
+/* Marks what the library exports. On Windows a program that links the static library defines SKEW_STATIC. */
+#if defined(_WIN32) && defined(SKEW_BUILDING)
+#define SKEW_API __declspec(dllexport)
+#elif defined(_WIN32) && !defined(SKEW_STATIC)
+#define SKEW_API __declspec(dllimport)
+#elif defined(_WIN32)
+#define SKEW_API
+#elif defined(__GNUC__)
 #define SKEW_API __attribute__((visibility("default")))
 #else
 #define SKEW_API
