@@ -1,8 +1,12 @@
 /* The true angle of a whole page, and whether to trust it.
  *
- * SkewCorrection (skew.h) looks at a page through 192 pixels and answers in steps of 0.2 degree. The
- * functions here look at 768 and more, measure many windows of the page, compare them, and refine what they
- * agree on to a few hundredths of a degree. They say when the page gives no sure answer.
+ * SkewCorrection (skew.h) looks at a page through 192 pixels and answers in steps of 0.2 degree. The functions here look
+ * at some 900, find the letters, and measure the direction of their lines to a few hundredths of a degree, on the
+ * whole page and in its parts. Whatever else is long and straight has no say where there is writing: edges of paper,
+ * gutters, rules, desks, frames. They say how likely the answer is right, and why it may not be.
+ *
+ * Projection profiles for skew are due to Postl (1986) and Baird (1987); here the edges of letter-sized connected
+ * components are projected.
  *
  * Angles are degrees. A positive angle means that lines run along (cos angle, sin angle) with x to the right
  * and y downward: as displayed they fall from left to right. Turning the image by the angle with

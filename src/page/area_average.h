@@ -17,9 +17,9 @@ struct ReducedSize {
 };
 
 // A shorter side of 768 pixels where the page has that many, within the limits below; never enlarged.
-constexpr int kReducedSide = 768;
+constexpr int kReducedSide = 896;
 constexpr int kLongestReducedSide = 4096;
-constexpr int kReducedPixels = 2 << 20;
+constexpr int kReducedPixels = 3 << 20;
 ReducedSize reduced_size(int width, int height);
 
 // Fills size.width by size.height pixels, rows out_stride bytes apart. Returns false if there is no memory.

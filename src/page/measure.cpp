@@ -1,238 +1,215 @@
-// The measurement from end to end: reduce, map the edges, ask the windows, refine on the whole page, judge.
+// The measurement from end to end. Lines of writing decide; only where there are none, whatever is straight.
+//
+// 1. The page is averaged down to a shorter side of some 900 pixels, both directions with the same scale.
+// 2. Letters: components of ink of the size of letters (page/letters.h). Paper edges, gutters, rules, desks, frames, dust
+//    and pictures are no such components, and so have no say, however long and straight they are.
+// 3. Direction: the outlines of the letters, each point moved onto the edge itself, are projected across the lines. Windows
+//    of the page say where to look; the sharpest profile of the whole page gives the angle (page/direction.h).
+// 4. Tiles: the same, a tile at a time (page/tiles.h). They tell whether the lines of the page are parallel, over what range
+//    their direction varies, and how likely the angle is right (page/confidence.h). Where they vary, the angle is the
+//    median of the tiles.
+// 5. Where dark letters give no sure answer, light ones on a dark ground are tried, then all edges of the page. These
+//    decide only where there is hardly any writing, or confirm it; where they contradict it, the page has two
+//    directions and is not trusted.
+//
+// The projection profile for skew is due to Postl (1986) and Baird (1987), who projected points of components; edge
+// points, and the shear that saves turning them, as in page/profile.h.
 #include <cmath>
 
 #include "core/raster.h"
 #include "include/skewcorrection/page.h"
-#include "include/skewcorrection/skew.h"
 #include "page/area_average.h"
-#include "page/profile.h"
-#include "page/windows.h"
+#include "page/confidence.h"
+#include "page/view.h"
 
 namespace skew {
 namespace {
 
 constexpr int kSmallestSide = 32;
-constexpr int kHighCapPercent = 90;
-// Gradients of an edge. Where the usual ones give no sure answer, those for pale and soft pages are tried.
+// Gradients of an edge: the usual ones, and those for pale and soft pages.
 struct Thresholds {
   int low, high;
 };
 constexpr Thresholds kUsual = {60, 120}, kPale = {30, 60};
 
-constexpr double kIndexDegrees = 0.2;
-constexpr int kSteps = 30;  // scores on each side of the coarse angle
-constexpr double kStepDegrees = 0.02;
-constexpr int kScores = 2 * kSteps + 1;
-constexpr int kShift = 3;  // angle indices from one coarse angle to the next, 0.6 degree
-constexpr int kMostShifts = 2;
-
-constexpr double kAgreement = 1.0;       // degrees between a window and the page
-constexpr int kLeastAgreeing = 3;        // windows
-constexpr double kLeastSharpness = 6.5;  // of the sharper direction, for a trusted answer
-constexpr double kHighSharpness = 13;    // enough where fewer windows agree
-// Sharpness above that of noise, times the points: how much content stands behind an answer. Few words have
-// up to 12000, three short lines some 50000.
-constexpr double kLeastStrength = 25000;
-constexpr double kNoStrength = 1000;      // a speck of dust
-constexpr double kNoisePeak = 2.5;        // noise on the pixel raster shows up to 2 at 0 degrees
-constexpr double kNoiseElsewhere = 1.47;  // and less than this far from 0 and 45; pictures show 1.5 and more
-constexpr int kElsewhere[] = {-158, -112, 112, 158};    // angle indices
-constexpr double kDiagonal = 45, kDiagonalReach = 0.5;  // degrees
-
-// What one coarse angle leads to.
-struct Peak {
-  double angle = 0;
-  double rows = 0, columns = 0;  // sharpness of the two directions there
-  int points = 0;                // of the whole page
-  double sharpness() const { return rows > columns ? rows : columns; }
-  double strength() const { return (sharpness() - 1) * points; }
-};
-
-// What one pair of thresholds makes of the page.
-struct View {
-  Buffer<uint8_t> edges;
-  Windows windows;
-  PagePoints points;
-  Peak peak;
-  SkewPage result = {};
-};
+constexpr double kTrusted = 0.8;        // confidence
+constexpr double kSure = 0.85;          // confidence at which nothing else needs to be looked at ...
+constexpr int kManyTiles = 12;          // ... and tiles
+constexpr double kSame = 0.3;           // degrees between two views that say the same
+constexpr double kTwoDirections = 0.5;  // confidence at most, where views contradict each other
+constexpr double kRaster = 0.2;         // the same where the direction may be that of the pixels
+constexpr double kParallel =
+    0.25;  // degrees of scatter; up to here the whole page's profile is the better angle
+constexpr double kFansOut = 0.6;    // of the scatter is left when lines that fan out evenly are accounted for
+constexpr double kAgreement = 1.0;  // degrees between a window and the page
+constexpr double kNoStrength = 1000;  // sharpness above that of noise, times the points: a speck of dust
+constexpr double kNoiseSharpness = 3;
+constexpr double kPixelAngle = 0.3;  // degrees
 
 struct Page {
   ReducedSize size;
-  ptrdiff_t stride = 0;
-  Buffer<uint8_t> image;
-  Profiles profiles;
+  WorkingImage image;
   View view;  // the one that counts
+  SkewPage result = {};
 };
 
-struct Curve {
-  SkewPageScore scores[kScores];
-  int best = 0;
-};
-
-// The slope of a small angle in 1/65536, from the first terms of the tangent's series, so that it is the same
-// everywhere; the next term is below 10^-8.
-int slope_of(double degrees) {
-  const double radians = degrees * (3.14159265358979323846 / 180);
-  return static_cast<int>(std::floor((radians + radians * radians * radians / 3) * 65536 + 0.5));
+double quarter_wrapped(double angle) {
+  return angle > 45.5 ? angle - 90 : angle < -45.5 ? angle + 90 : angle;
 }
 
-void score_around(const Profiles& profiles, int coarse, Curve* curve) {
-  for (int i = 0; i < kScores; ++i) {
-    const double offset = (i - kSteps) * kStepDegrees;
-    const int slope = slope_of(offset);
-    curve->scores[i] = {coarse * kIndexDegrees + offset, profiles.rows(slope) * profiles.columns(slope)};
-    if (curve->scores[i].score > curve->scores[curve->best].score) curve->best = i;
-  }
+double angle_of(const View& view) {
+  return view.field.tiles > 0 && view.field.scatter > kParallel ? quarter_wrapped(view.field.angle)
+                                                                : view.direction.angle;
 }
 
-// The centre of gravity of the upper half of the peak.
-double centre_of_peak(const Curve& curve) {
-  const SkewPageScore* scores = curve.scores;
-  double low = scores[0].score;
-  for (const SkewPageScore& s : curve.scores) low = s.score < low ? s.score : low;
-  const double floor = (low + scores[curve.best].score) / 2;
-  int first = curve.best, last = curve.best;
-  while (first > 0 && scores[first - 1].score > floor) --first;
-  while (last + 1 < kScores && scores[last + 1].score > floor) ++last;
-  double weight = 0, moment = 0;
-  for (int i = first; i <= last; ++i) {
-    weight += scores[i].score - floor;
-    moment += (scores[i].score - floor) * (i - curve.best);
-  }
-  return scores[curve.best].angle + (weight > 0 ? moment / weight * kStepDegrees : 0);
-}
-
-// Follows the score from a coarse angle to the top of its peak.
-Peak refine(Profiles* profiles, const PagePoints& points, int coarse) {
-  Curve curve;
-  for (int shift = 0;; ++shift) {
-    profiles->turn(points, coarse);
-    curve.best = 0;
-    score_around(*profiles, coarse, &curve);
-    const int beyond = curve.best == 0 ? -kShift : curve.best == kScores - 1 ? kShift : 0;
-    if (beyond == 0 || shift == kMostShifts) break;
-    coarse += beyond;
-    if (coarse > kQuarterTurn / 2) coarse -= kQuarterTurn;
-    if (coarse < -kQuarterTurn / 2) coarse += kQuarterTurn;
-  }
-  Peak peak;
-  peak.points = points.count;
-  peak.angle = centre_of_peak(curve);
-  const int slope = slope_of(peak.angle - coarse * kIndexDegrees);
-  peak.rows = profiles->rows(slope);
-  peak.columns = profiles->columns(slope);
-  return peak;
-}
-
-int agreeing(const Windows& windows, double angle) {
-  int count = 0;
-  for (int i = 0; i < windows.count; ++i)
-    count += quarter_distance(windows.list[i].result.degrees(), angle) <= kAgreement;
-  return count;
-}
-
-// The sharpest of the candidates; where the first already has most windows behind it, the first.
-Peak find_peak(Profiles* profiles, const View& view) {
-  int candidates[kCandidates];
-  const int count = find_candidates(view.windows, candidates);
-  Peak best = refine(profiles, view.points, candidates[0]);
-  if (2 * agreeing(view.windows, best.angle) >= view.windows.count) return best;
-  for (int i = 1; i < count; ++i) {
-    const Peak peak = refine(profiles, view.points, candidates[i]);
-    if (peak.sharpness() > best.sharpness()) best = peak;
-  }
-  return best;
-}
-
-// Near the diagonals, rows and columns are told apart by their sharpness; further out there is no choice.
-double main_direction(const Peak& peak) {
-  const double magnitude = std::fabs(peak.angle);
-  const bool beyond = magnitude > kDiagonal + kDiagonalReach;
-  const bool other = beyond || (magnitude > kDiagonal - kDiagonalReach && peak.columns > peak.rows);
-  if (!other) return peak.angle;
-  return peak.angle > 0 ? peak.angle - 2 * kDiagonal : peak.angle + 2 * kDiagonal;
-}
-
-// True when the points lie like noise: no direction stands out, and away from the raster's own none at all.
-bool is_noise(Profiles* profiles, const View& view) {
-  const Peak& peak = view.peak;
-  if (peak.strength() < kNoStrength) return true;
-  if (peak.sharpness() > kNoisePeak) return false;
-  double sum = 0;
-  for (const int index : kElsewhere) {
-    profiles->turn(view.points, index);
-    sum += profiles->rows(0) + profiles->columns(0);
-  }
-  return sum / 8 <= kNoiseElsewhere;
-}
-
-int verdict_of(const Peak& peak, const SkewPage& result) {
-  const int measured = result.windowsMeasured, agree = result.windowsAgreeing;
-  if (agree < kLeastAgreeing || peak.sharpness() < kLeastSharpness || peak.strength() < kLeastStrength)
-    return SKEW_PAGE_UNCERTAIN;
-  const bool trusted = 2 * agree >= measured || (4 * agree >= measured && peak.sharpness() >= kHighSharpness);
-  return trusted ? SKEW_PAGE_TRUSTED : SKEW_PAGE_UNCERTAIN;
-}
-
-void judge(View* view) {
-  SkewPage& result = view->result;
-  result.angle = main_direction(view->peak);
-  double squares = 0;
-  for (int i = 0; i < view->windows.count; ++i) {
-    const double distance = quarter_distance(view->windows.list[i].result.degrees(), result.angle);
-    if (distance <= kAgreement) squares += distance * distance;
-  }
-  result.windowsAgreeing = agreeing(view->windows, result.angle);
-  if (result.windowsAgreeing > 0) result.spread = std::sqrt(squares / result.windowsAgreeing);
-  result.verdict = verdict_of(view->peak, result);
-  const bool trusted = result.verdict == SKEW_PAGE_TRUSTED;
-  result.confidence = trusted ? 0.9 : 0.4;
-  result.reason = trusted ? SKEW_REASON_NONE : SKEW_REASON_UNCLEAR;
-  result.basis = view->peak.columns > view->peak.rows ? SKEW_BASIS_COLUMNS : SKEW_BASIS_ROWS;
-  result.lowestAngle = result.highestAngle = result.angle;
-}
+bool is_strong(const View& view) { return view.confidence >= kSure && view.field.tiles >= kManyTiles; }
 
 bool reduce(const uint8_t* pixels, int width, ptrdiff_t stride, Page* page) {
-  page->stride = padded_stride(page->size.width);
-  page->image = allocate_zeroed<uint8_t>(page->size.height, page->stride);
-  return page->image && page->profiles.prepare(page->size.width, page->size.height) &&
-         area_average(pixels, width, stride, page->size, page->image.get(), page->stride);
+  WorkingImage& image = page->image;
+  image.width = page->size.width;
+  image.height = page->size.height;
+  image.stride = padded_stride(image.width);
+  image.pixels = allocate_zeroed<uint8_t>(image.height, image.stride);
+  return image.pixels && area_average(pixels, width, stride, page->size, image.pixels.get(), image.stride);
 }
 
-// Measures the reduced page with one pair of thresholds; false if there is no memory.
-bool look(const Thresholds& thresholds, Page* page, View* view) {
-  const int width = page->size.width, height = page->size.height;
-  view->result.verdict = SKEW_PAGE_BLANK;
-  view->result.reason = SKEW_REASON_NO_CONTENT;
-  view->edges = allocate<uint8_t>(height, page->stride);
-  if (!view->edges ||
-      CannyEdge(page->image.get(), view->edges.get(), thresholds.low, thresholds.high, width, height,
-                kHighCapPercent) != 0 ||
-      measure_windows(view->edges.get(), width, height, page->stride, &view->windows) != SKEW_OK)
-    return false;
-  view->result.windowsMeasured = view->windows.count;
-  if (view->windows.count == 0) return true;
-  view->points = find_page_points(page->image.get(), view->edges.get(), width, height, page->stride);
-  if (!view->points.list) return false;
-  view->peak = find_peak(&page->profiles, *view);
-  if (!is_noise(&page->profiles, *view)) judge(view);
+// Letters of either ink; the better answer. False if there is no memory.
+bool find_writing(const Page& page, View* writing, bool* raster) {
+  if (!look_at_writing(page.image, Ink::kDark, writing)) return false;
+  if (writing->seen()) writing->confidence = confidence_in_writing(*writing);
+  if (!is_strong(*writing)) {
+    View light;
+    if (!look_at_writing(page.image, Ink::kLight, &light)) return false;
+    if (light.seen()) light.confidence = confidence_in_writing(light);
+    if (light.confidence > writing->confidence && light.field.weight > writing->field.weight)
+      *writing = static_cast<View&&>(light);
+  }
+  *raster = writing->seen() && follows_raster(*writing, page.size.scale());
   return true;
+}
+
+bool find_structure(const Page& page, View* structure) {
+  if (!look_at_structure(page.image, kUsual.low, kUsual.high, structure)) return false;
+  if (structure->seen()) structure->confidence = confidence_in_structure(*structure);
+  if (structure->confidence >= kTrusted) return true;
+  View pale;
+  if (!look_at_structure(page.image, kPale.low, kPale.high, &pale)) return false;
+  if (pale.seen()) pale.confidence = confidence_in_structure(pale);
+  if (pale.confidence > structure->confidence) *structure = static_cast<View&&>(pale);
+  return true;
+}
+
+// Nothing stands out, or only the pixels' own rows and diagonals.
+bool is_noise(const View& view) {
+  const Direction& d = view.direction;
+  if (!view.seen() || (d.sharpness - 1) * d.points < kNoStrength) return true;
+  const double magnitude = std::fabs(d.angle);
+  return d.sharpness < kNoiseSharpness &&
+         (view.field.tiles == 0 || magnitude < kPixelAngle || magnitude > 45 - kPixelAngle);
+}
+
+// Two answers that say the same are surer than either; two that do not are surer than neither.
+double joined(double a, double b) { return 1 - (1 - a) * (1 - b / 2); }
+
+int basis_of_lines(const View& view) {
+  return view.direction.in_columns ? SKEW_BASIS_COLUMNS : SKEW_BASIS_ROWS;
+}
+
+void take(View* view, int basis, double confidence, Page* page) {
+  page->result.basis = basis;
+  page->result.confidence = confidence;
+  page->result.angle = angle_of(*view);
+  page->view = static_cast<View&&>(*view);
+}
+
+// Where writing alone gives no sure answer.
+bool weigh_structure(View* writing, bool raster, Page* page) {
+  View structure;
+  if (!find_structure(*page, &structure)) return false;
+  const bool structure_raster = structure.seen() && follows_raster(structure, page->size.scale());
+  if (structure_raster)
+    structure.confidence = structure.confidence < kRaster ? structure.confidence : kRaster;
+  if (is_noise(*writing) && is_noise(structure)) return true;
+  SkewPage& result = page->result;
+  const bool same = writing->seen() && structure.seen() &&
+                    quarter_distance(angle_of(*writing), angle_of(structure)) <= kSame;
+  const double pw = writing->confidence, ps = structure.confidence;
+  if (same && !raster) {
+    const bool by_writing = pw >= ps;
+    take(by_writing ? writing : &structure, by_writing ? basis_of_lines(*writing) : SKEW_BASIS_STRUCTURE,
+         joined(pw > ps ? pw : ps, pw > ps ? ps : pw), page);
+  } else if (pw >= ps) {
+    take(writing, basis_of_lines(*writing), pw, page);
+    if (ps > 1 - kTrusted && structure.field.tiles > writing->field.tiles &&
+        structure.direction.crossing > 3) {
+      result.confidence = pw < kTwoDirections ? pw : kTwoDirections;
+      result.reason = SKEW_REASON_TWO_DIRECTIONS;
+    }
+  } else {
+    take(&structure, SKEW_BASIS_STRUCTURE, ps, page);
+    if (pw > 1 - kTrusted) {
+      result.confidence = ps < kTwoDirections ? ps : kTwoDirections;
+      result.reason = SKEW_REASON_TWO_DIRECTIONS;
+    }
+  }
+  if (raster || structure_raster) result.reason = SKEW_REASON_RASTER;
+  return true;
+}
+
+int reason_of(const Page& page) {
+  const SkewPage& result = page.result;
+  const LineField& field = page.view.field;
+  if (result.reason != SKEW_REASON_NONE) return result.reason;
+  if (field.scatter > kParallel && field.residual < kFansOut * field.scatter) return SKEW_REASON_NOT_PARALLEL;
+  if (field.scatter > kParallel)
+    return field.agreeing < 0.5 ? SKEW_REASON_NOT_PARALLEL : SKEW_REASON_TWO_DIRECTIONS;
+  if (result.basis == SKEW_BASIS_STRUCTURE) return SKEW_REASON_ONLY_STRUCTURE;
+  return field.tiles < kManyTiles ? SKEW_REASON_LITTLE_TEXT : SKEW_REASON_UNCLEAR;
+}
+
+void describe(Page* page) {
+  SkewPage& result = page->result;
+  const View& view = page->view;
+  result.verdict = result.confidence >= kTrusted ? SKEW_PAGE_TRUSTED : SKEW_PAGE_UNCERTAIN;
+  result.reason = result.verdict == SKEW_PAGE_TRUSTED ? SKEW_REASON_NONE : reason_of(*page);
+  result.lowestAngle = result.highestAngle = result.angle;
+  if (view.field.tiles > 0 && view.field.scatter > kParallel) {
+    result.lowestAngle = view.field.lowest < result.angle ? view.field.lowest : result.angle;
+    result.highestAngle = view.field.highest > result.angle ? view.field.highest : result.angle;
+  }
+  double squares = 0;
+  for (int i = 0; i < view.tiles.count; ++i) {
+    const Tile& tile = view.tiles.list[i];
+    if (tile.weight() <= 0) continue;
+    ++result.windowsMeasured;
+    const double distance = quarter_distance(tile.angle, result.angle);
+    if (distance > kAgreement) continue;
+    ++result.windowsAgreeing;
+    squares += distance * distance;
+  }
+  if (result.windowsAgreeing > 0) result.spread = std::sqrt(squares / result.windowsAgreeing);
 }
 
 // Everything but the details; false if there is no memory.
 bool measure(const uint8_t* pixels, int width, int height, ptrdiff_t stride, Page* page) {
-  View& view = page->view;
-  view.result.verdict = SKEW_PAGE_BLANK;
-  view.result.reason = SKEW_REASON_NO_CONTENT;
+  SkewPage& result = page->result;
   page->size = reduced_size(width, height);
-  if (page->size.width < kSmallestSide || page->size.height < kSmallestSide) return true;
-  if (!reduce(pixels, width, stride, page) || !look(kUsual, page, &view)) return false;
-  if (view.result.verdict == SKEW_PAGE_TRUSTED) return true;
-  View second;
-  if (!look(kPale, page, &second)) return false;
-  const bool found = view.result.verdict == SKEW_PAGE_BLANK && second.peak.sharpness() > kNoisePeak;
-  if (second.result.verdict == SKEW_PAGE_TRUSTED || found) view = static_cast<View&&>(second);
+  View writing;
+  bool raster = false;
+  if (page->size.width >= kSmallestSide && page->size.height >= kSmallestSide) {
+    if (!reduce(pixels, width, stride, page) || !find_writing(*page, &writing, &raster)) return false;
+    if (raster) writing.confidence = writing.confidence < kRaster ? writing.confidence : kRaster;
+    if (is_strong(writing) || (writing.field.tiles >= kManyTiles && !raster))
+      take(&writing, basis_of_lines(writing), writing.confidence, page);
+    else if (!weigh_structure(&writing, raster, page))
+      return false;
+  }
+  if (result.basis != SKEW_BASIS_NONE) {
+    describe(page);
+    return true;
+  }
+  result.verdict = SKEW_PAGE_BLANK;
+  result.reason = SKEW_REASON_NO_CONTENT;
   return true;
 }
 
@@ -241,38 +218,47 @@ bool valid(const uint8_t* pixels, int width, int height, ptrdiff_t stride) {
          row_distance(stride) >= static_cast<uint64_t>(width) && is_addressable(stride, height);
 }
 
-bool copy_windows(const Windows& windows, double angle, SkewPageDetails* details) {
-  Buffer<SkewPageWindow> copy = allocate<SkewPageWindow>(windows.count);
+bool copy_windows(const Page& page, SkewPageDetails* details) {
+  const View& view = page.view;
+  Buffer<SkewPageWindow> copy = allocate<SkewPageWindow>(view.tiles.count);
   if (!copy) return false;
-  for (int i = 0; i < windows.count; ++i) {
-    const ImgROI& box = windows.list[i].box;
-    const OneStepResult& found = windows.list[i].result;
-    copy[i].left = box.left;
-    copy[i].top = box.top;
-    copy[i].right = box.right;
-    copy[i].bottom = box.bottom;
-    copy[i].points = static_cast<int>(found.points);
-    copy[i].agrees = quarter_distance(found.degrees(), angle) <= kAgreement;
-    copy[i].angle = found.degrees();
+  const auto pixels = [&](int units, int half, int limit) {
+    const int at = static_cast<int>(units * view.pixels_per_unit) + half;
+    return at < 0 ? 0 : at >= limit ? limit - 1 : at;
+  };
+  int count = 0;
+  for (int i = 0; i < view.tiles.count; ++i) {
+    const Tile& tile = view.tiles.list[i];
+    if (tile.weight() <= 0) continue;
+    SkewPageWindow& window = copy[count++];
+    const int width = page.image.width, height = page.image.height, half = view.tiles.side / 2;
+    window.left = pixels(tile.x - half, width / 2, width);
+    window.right = pixels(tile.x + half, width / 2, width);
+    window.top = pixels(tile.y - half, height / 2, height);
+    window.bottom = pixels(tile.y + half, height / 2, height);
+    window.points = tile.points;
+    window.agrees = quarter_distance(tile.angle, page.result.angle) <= kAgreement;
+    window.angle = tile.angle;
   }
-  details->windowCount = windows.count;
-  details->pWindows = copy.release();
+  details->windowCount = count;
+  if (count > 0) details->pWindows = copy.release();
   return true;
 }
 
 // The scores of the whole range: turned afresh every degree, five steps of 0.2 degree each.
-bool score_range(Page* page, SkewPageDetails* details) {
+bool score_range(const View& view, SkewPageDetails* details) {
   constexpr int kPerTurn = 5, kTurns = kQuarterTurn / kPerTurn;
+  constexpr double kIndexDegrees = 0.2;
   Buffer<SkewPageScore> scores = allocate<SkewPageScore>(kQuarterTurn);
-  if (!scores) return false;
+  Profiles profiles;
+  if (!scores || !profiles.prepare(view.points)) return false;
   for (int i = 0; i < kTurns; ++i) {
     const int coarse = i * kPerTurn + kPerTurn / 2 - kQuarterTurn / 2;
-    page->profiles.turn(page->view.points, coarse);
+    profiles.turn(view.points, coarse);
     for (int k = 0; k < kPerTurn; ++k) {
       const double offset = (k - kPerTurn / 2) * kIndexDegrees;
-      const int slope = slope_of(offset);
-      scores[i * kPerTurn + k] = {coarse * kIndexDegrees + offset,
-                                  page->profiles.rows(slope) * page->profiles.columns(slope)};
+      const double rows = profiles.rows(slope_of(offset)), columns = profiles.columns(slope_of(offset));
+      scores[i * kPerTurn + k] = {coarse * kIndexDegrees + offset, rows > columns ? rows : columns};
     }
   }
   details->scoreCount = kQuarterTurn;
@@ -282,15 +268,15 @@ bool score_range(Page* page, SkewPageDetails* details) {
 
 bool hand_out(Page* page, SkewPageDetails* details) {
   const View& view = page->view;
-  if (!view.edges) return true;
-  if (view.windows.count > 0 &&
-      (!copy_windows(view.windows, view.result.angle, details) || !score_range(page, details)))
+  if (!page->image.pixels) return true;
+  if (!page->view.edges) page->view.edges = allocate_zeroed<uint8_t>(page->image.height, page->image.stride);
+  if (!page->view.edges || (view.seen() && (!copy_windows(*page, details) || !score_range(view, details))))
     return false;
-  details->width = page->size.width;
-  details->height = page->size.height;
-  details->stride = page->stride;
+  details->width = page->image.width;
+  details->height = page->image.height;
+  details->stride = page->image.stride;
   details->scale = page->size.scale();
-  details->pWorking = page->image.release();
+  details->pWorking = page->image.pixels.release();
   details->pEdges = page->view.edges.release();
   return true;
 }
@@ -302,7 +288,7 @@ int skew_measure_page(const uint8_t* pGray, int width, int height, ptrdiff_t str
   if (!skew::valid(pGray, width, height, stride) || pPage == nullptr) return SKEW_INVALID_ARGUMENT;
   skew::Page page;
   if (!skew::measure(pGray, width, height, stride, &page)) return SKEW_OUT_OF_MEMORY;
-  *pPage = page.view.result;
+  *pPage = page.result;
   return SKEW_OK;
 }
 
@@ -316,7 +302,7 @@ int skew_measure_page_details(const uint8_t* pGray, int width, int height, ptrdi
     skew_free_page_details(pDetails);
     return SKEW_OUT_OF_MEMORY;
   }
-  *pPage = page.view.result;
+  *pPage = page.result;
   return SKEW_OK;
 }
 

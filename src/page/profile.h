@@ -1,7 +1,7 @@
-// Projection profiles of a whole edge map at continuous angles.
+// Projection profiles of edge points at continuous angles.
 //
 // The points are turned once by a multiple of 0.2 degree and sorted into strips across the profile's
-// direction, each with a histogram in quarter pixels. Turning on by a small angle is then a shear, and a
+// direction, each with a histogram in quarter units. Turning on by a small angle is then a shear, and a
 // shear moves each strip's histogram as a whole: the profile at any angle nearby is a sum of shifted
 // histograms, at no cost for each point.
 #pragma once
@@ -10,40 +10,25 @@
 #include <cstdint>
 
 #include "core/buffer.h"
+#include "page/points.h"
 
 namespace skew {
-
-// A point of an edge. Places are counted from the middle of the map in 1/16 pixel and lie on the edge itself,
-// not on the raster.
-constexpr int kPlaceUnits = 16;
-struct PagePoint {
-  int32_t x, y;
-  int16_t gx, gy;  // the gradient there
-};
-
-struct PagePoints {
-  Buffer<PagePoint> list;  // null when there was no memory
-  int count = 0;
-};
-
-// The points of an edge map that lie two pixels or more off its border.
-PagePoints find_page_points(const uint8_t* image, const uint8_t* edges, int width, int height,
-                            ptrdiff_t stride);
 
 // The histograms of one direction.
 class ProfileStrips {
  public:
-  // Room for points up to `reach` pixels from the middle. False if there is no memory.
-  bool prepare(int reach);
+  // Room for points up to `reach` units from the middle and for slopes up to `steepest`. False if there is no memory.
+  bool prepare(int reach, int steepest);
   void clear();
-  // A point so many 1/65536 pixel from the middle along the strips' row and across it.
+  // A point so many 1/65536 unit from the middle along the strips' row and across it.
   void add(int64_t along, int64_t across) {
     uint8_t& count = counts_[((along >> 20) + strips_ / 2) * bins_ + (across >> 14) + bins_ / 2];
     count = static_cast<uint8_t>(count + (count < 255));
     ++points_;
   }
-  // How sharply the points pile up when they are sheared by a slope (1/65536, up to kSteepest): the profile
-  // is spread over a pixel, differenced over a pixel and squared. 1 is what points strewn at random would
+  int points() const { return points_; }
+  // How sharply the points pile up when they are sheared by a slope (1/65536, up to `steepest`): the profile
+  // is spread over a unit, differenced over a unit and squared. 1 is what points strewn at random would
   // give.
   double sharpness(int slope) const;
 
@@ -54,13 +39,37 @@ class ProfileStrips {
   int strips_ = 0, bins_ = 0, margin_ = 0, points_ = 0;
 };
 
+// The slope of a small angle in 1/65536, from the first terms of the tangent's series, so that it is the same
+// everywhere; up to 4 degrees the next term is below 10^-6.
+int slope_of(double degrees);
+
+// A point in the frame that is turned by an angle index, and which of the two profiles it counts in: the one along
+// which its edge runs. Places are in 1/65536 unit.
+struct TurnedPoint {
+  int64_t along, across;  // the rows' direction
+  bool in_rows;
+};
+class Turn {
+ public:
+  // By an angle index (0.2 degree each), from -225 to 225.
+  explicit Turn(int angle_index);
+  TurnedPoint operator()(const PagePoint& p) const {
+    const int64_t rise_along = p.gx * cosine_ + p.gy * sine_, rise_across = p.gy * cosine_ - p.gx * sine_;
+    return {(p.x * cosine_ + p.y * sine_) / kPlaceUnits, (p.y * cosine_ - p.x * sine_) / kPlaceUnits,
+            rise_across * rise_across >= rise_along * rise_along};
+  }
+
+ private:
+  int64_t cosine_, sine_;  // 1/65536
+};
+
 constexpr int kSteepest = 1024;  // 0.89 degree
 
-// The strips of both directions. A point counts in the one along which its edge runs.
+// The strips of both directions.
 class Profiles {
  public:
-  bool prepare(int width, int height);
-  // Fills the strips with the points turned by an angle index (0.2 degree each), from -225 to 225.
+  bool prepare(const PagePoints& points);
+  // Fills the strips with the points turned by an angle index.
   void turn(const PagePoints& points, int angle_index);
   double rows(int slope) const { return rows_.sharpness(slope); }
   double columns(int slope) const { return columns_.sharpness(-slope); }

@@ -66,22 +66,34 @@ bool is_settled(const Windows& windows) {
 
 }  // namespace
 
+// A number without a common divisor with count, near its golden section: steps of it visit all windows, the first
+// few far from each other.
+int spread_step(int count) {
+  for (int step = count * 618 / 1000 + 1;; ++step) {
+    int a = count, b = step;
+    while (b != 0) {
+      const int rest = a % b;
+      a = b;
+      b = rest;
+    }
+    if (a == 1) return step;
+  }
+}
+
 int measure_windows(const uint8_t* edges, int width, int height, ptrdiff_t stride, Windows* windows) {
-  const int across = window_count(width), down = window_count(height);
+  const int across = window_count(width), down = window_count(height), all = across * down;
   *windows = Windows();
   windows->list = allocate<Window>(down, across);
   if (!windows->list) return SKEW_NO_WORKING_MEMORY;
-  for (int parity = 0; parity < 2; ++parity) {
-    for (int i = 0; i < down * across; ++i) {
-      if ((i / across + i % across) % 2 != parity) continue;
-      Window window;
-      window.box = window_box(window_start(i % across, across, width), window_start(i / across, down, height),
-                              width, height);
-      const int status = one_step_search(edges, stride, window.box, &window.result);
-      if (status != SKEW_OK) return status;
-      if (window.result.points >= kFewPoints) windows->list[windows->count++] = window;
-    }
-    if (is_settled(*windows)) break;
+  const int step = spread_step(all);
+  for (int n = 0, i = 0; n < all; ++n, i = (i + step) % all) {
+    Window window;
+    window.box = window_box(window_start(i % across, across, width), window_start(i / across, down, height),
+                            width, height);
+    const int status = one_step_search(edges, stride, window.box, &window.result);
+    if (status != SKEW_OK) return status;
+    if (window.result.points >= kFewPoints) windows->list[windows->count++] = window;
+    if (n % 4 == 3 && is_settled(*windows)) break;
   }
   drop_thin_windows(windows);
   return SKEW_OK;

@@ -21,9 +21,8 @@ struct Windows {
   int count = 0;
 };
 
-// Measures windows of 256 x 256 pixels at half overlap, those that hold enough points: every other one like
-// the squares of one colour on a chessboard, and the rest unless these already agree. Returns SKEW_OK or
-// SKEW_NO_WORKING_MEMORY.
+// Measures windows of 256 x 256 pixels at half overlap, those that hold enough points, until eight or more and four
+// fifths of them say the same. Returns SKEW_OK or SKEW_NO_WORKING_MEMORY.
 int measure_windows(const uint8_t* edges, int width, int height, ptrdiff_t stride, Windows* windows);
 
 // The angle indices, from -225 to 225, that most windows agree on, each counting by its points: the best

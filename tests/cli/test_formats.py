@@ -164,7 +164,7 @@ class Formats(ToolTest):
     def test_standard_input_and_output(self):
         source = self.small_page("page.png")
         line = self.tool("measure", "-", input=source.read_bytes())
-        self.assertIn("standard input: 4.5", line[0])
+        self.assertIn("standard input: 4.4", line[0])
         self.tool("deskew", "-", "-o", "-", "--format", "jpg", input=source.read_bytes())
         self.assertIn("straightened", self.err)
         self.path("piped.jpg").write_bytes(self.out)
