@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kStripWidth = 16;  // units
 constexpr int kBinsPerUnit = 4;
+constexpr int kStepBins = 8;  // that one difference of the profile reaches over
 
 }  // namespace
 
@@ -26,17 +27,25 @@ bool ProfileStrips::prepare(int reach, int steepest) {
 void ProfileStrips::clear() {
   std::memset(counts_.get(), 0, static_cast<size_t>(strips_) * static_cast<size_t>(bins_));
   points_ = 0;
+  first_strip_ = strips_;
+  first_bin_ = bins_;
+  last_strip_ = last_bin_ = -1;
 }
 
 double ProfileStrips::sharpness(int slope) const {
   if (points_ == 0) return 1;
-  for (int s = 0; s < strips_; ++s) {
+  // Strips and bins without points add nothing. A shift moves a bin by less than the margin, and a step reaches over
+  // eight bins.
+  const int from = first_bin_ - margin_ - kStepBins > margin_ ? first_bin_ - margin_ - kStepBins : margin_;
+  const int to =
+      last_bin_ + margin_ + kStepBins < bins_ - margin_ ? last_bin_ + margin_ + kStepBins : bins_ - margin_;
+  for (int s = first_strip_; s <= last_strip_; ++s) {
     const int middle = (s - strips_ / 2) * kStripWidth + kStripWidth / 2;
     const int shift = (middle * slope * kBinsPerUnit + 32768) >> 16;  // to the nearest bin
-    starts_[s] = &counts_[s * bins_ + margin_ + shift];
+    starts_[s - first_strip_] = &counts_[s * bins_ + from + shift];
   }
-  const int length = bins_ - 2 * margin_;
-  kernels<PageKernels>().sum_rows({starts_.get(), strips_}, length, profile_.get());
+  const int length = to - from;
+  kernels<PageKernels>().sum_rows({starts_.get(), last_strip_ - first_strip_ + 1}, length, profile_.get());
   // At random the two sums of four bins differ by twice the mean of such a sum, squared; over all bins that
   // is eight times the points.
   return static_cast<double>(kernels<PageKernels>().squared_differences(profile_.get(), length)) /

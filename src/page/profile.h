@@ -22,9 +22,15 @@ class ProfileStrips {
   void clear();
   // A point so many 1/65536 unit from the middle along the strips' row and across it.
   void add(int64_t along, int64_t across) {
-    uint8_t& count = counts_[((along >> 20) + strips_ / 2) * bins_ + (across >> 14) + bins_ / 2];
+    const int strip = static_cast<int>(along >> 20) + strips_ / 2,
+              bin = static_cast<int>(across >> 14) + bins_ / 2;
+    uint8_t& count = counts_[strip * bins_ + bin];
     count = static_cast<uint8_t>(count + (count < 255));
     ++points_;
+    if (strip < first_strip_) first_strip_ = strip;
+    if (strip > last_strip_) last_strip_ = strip;
+    if (bin < first_bin_) first_bin_ = bin;
+    if (bin > last_bin_) last_bin_ = bin;
   }
   int points() const { return points_; }
   // How sharply the points pile up when they are sheared by a slope (1/65536, up to `steepest`): the profile
@@ -37,6 +43,7 @@ class ProfileStrips {
   Buffer<const uint8_t*> starts_;
   Buffer<uint16_t> profile_;
   int strips_ = 0, bins_ = 0, margin_ = 0, points_ = 0;
+  int first_strip_ = 0, last_strip_ = 0, first_bin_ = 0, last_bin_ = 0;  // that hold points
 };
 
 // The slope of a small angle in 1/65536, from the first terms of the tangent's series, so that it is the same

@@ -10,6 +10,7 @@ constexpr int kSidePercent = 34;  // of the page's shorter side
 constexpr int kLeastSide = 32;    // units
 constexpr int kLeastPoints = 120;
 constexpr double kReach = 3;         // degrees on each side
+constexpr int kApart = 4;            // steps to what counts as another direction
 constexpr int kMostSteps = 30;       // on each side
 constexpr int kSteepestLine = 4096;  // 3.6 degrees
 constexpr double kStandsOut = 1.7;   // sharpness of lines of writing; points strewn at random have 1
@@ -75,21 +76,29 @@ void fill(const Cells& cells, const Turn& turn, bool columns, int column, int ro
 
 // False where the sharpest direction lies at the end of the range: the tile's own is beyond it.
 bool find_top(const ProfileStrips& strips, bool columns, double step, Tile* tile) {
-  double scores[2 * kMostSteps + 1];
-  const int steps = static_cast<int>(kReach / step + 0.5);
-  int best = 0;
-  for (int i = 0; i <= 2 * steps; ++i) {
+  double scores[2 * kMostSteps + 1] = {};
+  const int steps = static_cast<int>(kReach / step + 0.5) / 2 * 2;
+  const auto score = [&](int i) {
     const int slope = slope_of((i - steps) * step);
     scores[i] = strips.sharpness(columns ? -slope : slope);
+  };
+  int best = 0;
+  for (int i = 0; i <= 2 * steps; i += 2) {
+    score(i);
     if (scores[i] > scores[best]) best = i;
   }
   if (best == 0 || best == 2 * steps) return false;
+  tile->rival = 0;
+  for (int i = 0; i <= 2 * steps; i += 2)
+    if (std::abs(i - best) > kApart && scores[i] > tile->rival) tile->rival = scores[i];
+  // The steps between, on both sides of the best.
+  score(best - 1);
+  score(best + 1);
+  const int better = scores[best - 1] > scores[best + 1] ? best - 1 : best + 1;
+  if (scores[better] > scores[best]) best = better;
   const double bend = scores[best - 1] + scores[best + 1] - 2 * scores[best];
   tile->angle += (best - steps + (bend < 0 ? (scores[best - 1] - scores[best + 1]) / 2 / bend : 0)) * step;
   tile->sharpness = scores[best];
-  tile->rival = 0;
-  for (int i = 0; i <= 2 * steps; ++i)
-    if (std::abs(i - best) > 4 && scores[i] > tile->rival) tile->rival = scores[i];
   return true;
 }
 
