@@ -122,7 +122,7 @@ Object turned_appearance(QPDF& pdf, Object stream, const Rectangle& from, const 
 Object turned_appearances(QPDF& pdf, Object appearances, const Rectangle& from, const Rectangle& to,
                           const QPDFMatrix& turn) {
   if (!appearances.isDictionary() || !has_area(from)) return Object::newNull();
-  const auto turned = [&](Object stream) {
+  const auto turned = [&](const Object& stream) {
     Object form = turned_appearance(pdf, stream, from, to, turn);
     return form.isNull() ? stream : form;
   };

@@ -47,7 +47,7 @@ bool changes_state(const std::string& op) {
 
 class Reader : public Object::ParserCallbacks {
  public:
-  Reader(PdfContent& found, Object resources, double page_area) : found_(found), area_(page_area) {
+  Reader(PdfContent& found, const Object& resources, double page_area) : found_(found), area_(page_area) {
     resources_.push_back(resources);
   }
 

@@ -100,7 +100,7 @@ bool same_parts(const std::vector<Object>& a, const std::vector<Object>& b) {
 }
 
 // Whether a signature field among these, or below them, has been signed.
-bool any_signed(Object fields) {
+bool any_signed(const Object& fields) {
   std::set<QPDFObjGen> seen;
   std::vector<std::pair<Object, bool>> waiting;  // fields, and whether they inherit the type of a signature
   const auto add = [&](Object list, bool signs) {
@@ -184,11 +184,11 @@ struct PdfDocument::Inner {
 
   void refuse_damage();
   std::string reason_against(QPDFPageObjectHelper page, PdfContent& content);
-  bool shares_annotations(Object page);
+  bool shares_annotations(const Object& page);
   void wrap(QPDFPageObjectHelper page, const PdfContent& content, double degrees);
   void unwrap(Object page, const QPDFMatrix& turn);
   void forget(Object page);
-  const std::vector<Object>& boxes_on(Object page);
+  const std::vector<Object>& boxes_on(const Object& page);
 };
 
 // What had to be repaired while reading.
@@ -197,13 +197,13 @@ void PdfDocument::Inner::refuse_damage() {
   if (!tolerant && !warnings.empty()) throw unreadable(warnings.front());
 }
 
-const std::vector<Object>& PdfDocument::Inner::boxes_on(Object page) {
+const std::vector<Object>& PdfDocument::Inner::boxes_on(const Object& page) {
   if (!structure) structure = std::make_unique<PdfStructure>(pdf);
   return structure->boxes_on(page);
 }
 
 // An annotation that two pages list would have to turn twice.
-bool PdfDocument::Inner::shares_annotations(Object page) {
+bool PdfDocument::Inner::shares_annotations(const Object& page) {
   for (auto& annotation : annotations_of(pdf, page)) {
     const auto known = page_of_annotation.emplace(annotation.getObjGen(), page.getObjGen());
     if (!known.second && known.first->second != page.getObjGen()) return true;
@@ -275,7 +275,7 @@ void PdfDocument::Inner::unwrap(Object page, const QPDFMatrix& turn) {
     }
   }
   for (auto& annotation : annotations_of(pdf, page)) return_annotation(annotation, turn);
-  for (auto attributes : boxes_on(page)) restore_keys(attributes);
+  for (const auto& attributes : boxes_on(page)) restore_keys(attributes);
 }
 
 // Takes the records of a turn that cannot be found any more for what they are: out of date.
@@ -336,7 +336,7 @@ std::string PdfDocument::level(int number, double degrees) {
   const bool turns = std::fabs(total) >= kLeastTurn;
   PdfContent content;
   if (turns) {
-    const std::string reason = inner_->reason_against(page, content);
+    std::string reason = inner_->reason_against(page, content);
     if (!reason.empty()) return reason;
   }
   if (levelled)

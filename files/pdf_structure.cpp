@@ -15,7 +15,7 @@ std::vector<Object> list_of(Object object) {
 }
 
 // The page that an element names, or the first of its content does.
-Object page_of(Object element, Object inherited) {
+Object page_of(Object element, const Object& inherited) {
   Object page = element.getKey("/Pg");
   if (page.isDictionary()) return page;
   for (auto& kid : list_of(element.getKey("/K")))
@@ -41,12 +41,12 @@ PdfStructure::PdfStructure(QPDF& pdf) {
   }
 }
 
-void PdfStructure::visit(Object element, Object page) {
+void PdfStructure::visit(Object element, const Object& page) {
   for (auto& attributes : list_of(element.getKey("/A")))
     if (attributes.isDictionary() && attributes.getKey("/BBox").isRectangle())
       boxes_[page.getObjGen()].push_back(attributes);
 }
 
-const std::vector<Object>& PdfStructure::boxes_on(Object page) { return boxes_[page.getObjGen()]; }
+const std::vector<Object>& PdfStructure::boxes_on(const Object& page) { return boxes_[page.getObjGen()]; }
 
 }  // namespace files

@@ -12,10 +12,10 @@ class PdfStructure {
   explicit PdfStructure(QPDF& pdf);
 
   // The attribute dictionaries with a box (/BBox) on a page.
-  const std::vector<QPDFObjectHandle>& boxes_on(QPDFObjectHandle page);
+  const std::vector<QPDFObjectHandle>& boxes_on(const QPDFObjectHandle& page);
 
  private:
-  void visit(QPDFObjectHandle element, QPDFObjectHandle page);
+  void visit(QPDFObjectHandle element, const QPDFObjectHandle& page);
 
   std::map<QPDFObjGen, std::vector<QPDFObjectHandle>> boxes_;
 };
