@@ -16,8 +16,14 @@ constexpr double kLn2 = 0.69314718055994530942;
 // and right to 10^-6, for arguments well inside the range of a double.
 double natural_log(double v) {
   int power = 0;
-  for (; v > 1.5; v /= 2) ++power;
-  for (; v < 0.75; v *= 2) --power;
+  while (v > 1.5) {
+    v /= 2;
+    ++power;
+  }
+  while (v < 0.75) {
+    v *= 2;
+    --power;
+  }
   const double s = (v - 1) / (v + 1), q = s * s;
   return power * kLn2 + 2 * s * (1 + q * (1.0 / 3 + q * (1.0 / 5 + q * (1.0 / 7 + q * (1.0 / 9 + q / 11)))));
 }

@@ -79,7 +79,7 @@ uint8_t threshold_of(const Block* blocks, int across, int down, int bx, int by, 
       darkest = smaller(darkest, b.darkest);
       lightest = larger(lightest, b.lightest);
     }
-  const int mean = static_cast<int>(sum / pixels);
+  const int mean = static_cast<int>(sum / (pixels > 0 ? pixels : 1));
   if (negative && mean - darkest < lightest - mean) return 0;
   return static_cast<uint8_t>(
       larger(mean - larger((mean - darkest) * kSharePercent / 100, kLeastContrast), 0));
@@ -87,10 +87,9 @@ uint8_t threshold_of(const Block* blocks, int across, int down, int bx, int by, 
 
 // Eight pixels at a time; the compiler puts the comparisons into vectors, and a multiplication gathers their bits.
 void find_ink(const uint8_t* row, const uint8_t* thresholds, int width, uint8_t flip, uint64_t* ink) {
-  uint8_t dark[64];
   for (int left = 0; left < width; left += 64) {
     const int count = smaller(64, width - left);
-    std::memset(dark, 0, sizeof dark);
+    uint8_t dark[64] = {};
     for (int x = 0; x < count; ++x) dark[x] = (row[left + x] ^ flip) < thresholds[left + x];
     uint64_t bits = 0;
     for (int i = 0; i < 8; ++i) {

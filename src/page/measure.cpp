@@ -247,16 +247,16 @@ bool copy_windows(const Page& page, SkewPageDetails* details) {
 
 // The scores of the whole range: turned afresh every degree, five steps of 0.2 degree each.
 bool score_range(const View& view, SkewPageDetails* details) {
-  constexpr int kPerTurn = 5, kTurns = kQuarterTurn / kPerTurn;
+  constexpr int kPerTurn = 5, kMiddle = kPerTurn / 2, kTurns = kQuarterTurn / kPerTurn;
   constexpr double kIndexDegrees = 0.2;
   Buffer<SkewPageScore> scores = allocate<SkewPageScore>(kQuarterTurn);
   Profiles profiles;
   if (!scores || !profiles.prepare(view.points)) return false;
   for (int i = 0; i < kTurns; ++i) {
-    const int coarse = i * kPerTurn + kPerTurn / 2 - kQuarterTurn / 2;
+    const int coarse = i * kPerTurn + kMiddle - kQuarterTurn / 2;
     profiles.turn(view.points, coarse);
     for (int k = 0; k < kPerTurn; ++k) {
-      const double offset = (k - kPerTurn / 2) * kIndexDegrees;
+      const double offset = (k - kMiddle) * kIndexDegrees;
       const double rows = profiles.rows(slope_of(offset)), columns = profiles.columns(slope_of(offset));
       scores[i * kPerTurn + k] = {coarse * kIndexDegrees + offset, rows > columns ? rows : columns};
     }
