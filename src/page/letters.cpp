@@ -104,7 +104,7 @@ bool find_ink_of_page(const uint8_t* image, int width, int height, ptrdiff_t str
                       Letters* letters) {
   const int across = (width + kBlock - 1) / kBlock, down = (height + kBlock - 1) / kBlock;
   const Buffer<Block> blocks = allocate<Block>(down, across);
-  const Buffer<uint8_t> thresholds = allocate<uint8_t>(across, kBlock);
+  const Buffer<uint8_t> thresholds = allocate_zeroed<uint8_t>(across, kBlock);
   const Buffer<uint16_t> columns = allocate<uint16_t>(width, 3);
   letters->row_words = width / 64 + 1;
   letters->ink = allocate_zeroed<uint64_t>(height, letters->row_words);
