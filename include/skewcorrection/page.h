@@ -109,8 +109,8 @@ typedef struct SkewPageDetails {
  *   pPage          receives the result; not touched unless SKEW_OK is returned
  * Returns SKEW_OK, SKEW_INVALID_ARGUMENT for a null pointer, a size below 1 or a stride that is too short,
  * or too long for memory to hold the page; or SKEW_OUT_OF_MEMORY.
- * Extra heap while it runs: at most 14 bytes for each working pixel (the working image has 0.6 to 2 million
- * of them for pages up to twice as long as wide), whatever the size of the page. */
+ * Extra heap while it runs: some 14 bytes for each working pixel (the working image has 0.8 to 2 million of them
+ * for pages up to twice as long as wide); strips many times as long as wide take more for each. */
 SKEW_API int skew_measure_page(const unsigned char* pGray, int width, int height, ptrdiff_t stride,
                                SkewPage* pPage);
 
